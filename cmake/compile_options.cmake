@@ -1,0 +1,26 @@
+# One interface library carries every flag that our own targets share.
+add_library(ruvo_options INTERFACE)
+target_include_directories(ruvo_options INTERFACE "${CMAKE_SOURCE_DIR}")
+target_link_libraries(ruvo_options INTERFACE Threads::Threads)
+target_compile_options(ruvo_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  # No folder of the build machine ends up in a binary: the same sources give
+  # the same bytes wherever they are built.
+  "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build"
+  "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.")
+
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  target_compile_options(ruvo_options INTERFACE -Wthread-safety)
+endif()
+
+if(RUVO_SANITIZE)
+  target_compile_options(ruvo_options INTERFACE
+    "-fsanitize=${RUVO_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  target_link_options(ruvo_options INTERFACE "-fsanitize=${RUVO_SANITIZE}")
+endif()
+
+if(RUVO_COVERAGE)
+  # Threads count lines at the same time.
+  target_compile_options(ruvo_options INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(ruvo_options INTERFACE --coverage)
+endif()

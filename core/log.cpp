@@ -1,0 +1,120 @@
+#include "core/log.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "core/process_state.h"
+#include "core/unique_fd.h"
+
+namespace ruvo {
+namespace {
+
+constexpr char kLogPath[] = "/var/log/ruvo.log";
+constexpr char kRotatedLogPath[] = "/var/log/ruvo.log.1";
+constexpr std::int32_t kRotationLimit = 20000;
+
+// Callers hand errno's text to a message and go on to use errno itself.
+class KeepErrno {
+  public:
+    KeepErrno() : saved_(errno) {}
+    ~KeepErrno() { errno = saved_; }
+    KeepErrno(const KeepErrno&) = delete;
+    KeepErrno& operator=(const KeepErrno&) = delete;
+
+  private:
+    int saved_;
+};
+
+// The formatted text; empty when there is no memory for it.
+std::string formatted(const char* format, std::va_list arguments) try {
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    return text;
+} catch (const std::bad_alloc&) {
+    return {};
+}
+
+void write_to_standard_output(const std::string& text) {
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);  // nobody could be told
+}
+
+UniqueFd open_log() {
+    return UniqueFd(::open(kLogPath, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+}
+
+void append(const UniqueFd& file, const std::string& text) {
+    // A full disk costs the message; standard output has it.
+    [[maybe_unused]] const ssize_t written = ::write(file.get(), text.data(), text.size());
+}
+
+// Exactly one caller sees the limit, so threads that log at the same moment
+// rename once.
+void count_and_rotate(LogSite& site) {
+    if (site.written.fetch_add(1, std::memory_order_relaxed) + 1 != kRotationLimit) return;
+    (void)std::rename(kLogPath, kRotatedLogPath);  // counting starts over either way
+    site.written.fetch_sub(kRotationLimit, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+void log_line(LogSite& site, const char* format, ...) {
+    const KeepErrno keep;
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::string text = formatted(format, arguments);
+    va_end(arguments);
+
+    write_to_standard_output(text);
+    const UniqueFd file = open_log();
+    if (!file) return;
+    append(file, text);
+    count_and_rotate(site);
+}
+
+void log_line_unrotated(const char* format, ...) {
+    const KeepErrno keep;
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::string text = formatted(format, arguments);
+    va_end(arguments);
+
+    const UniqueFd file = open_log();
+    if (!file) return;
+    write_to_standard_output(text);
+    append(file, text);
+}
+
+void debug_line(const char* format, ...) {
+    if (!debug_enabled()) return;
+    const KeepErrno keep;
+    std::va_list arguments;
+    va_start(arguments, format);
+    write_to_standard_output(formatted(format, arguments));
+    va_end(arguments);
+}
+
+void print_line(const char* format, ...) {
+    const KeepErrno keep;
+    std::va_list arguments;
+    va_start(arguments, format);
+    write_to_standard_output(formatted(format, arguments));
+    va_end(arguments);
+}
+
+const char* error_text(int error_number) {
+    // The C library keeps an unknown number's text per thread.
+    return std::strerror(error_number);
+}
+
+}  // namespace ruvo

@@ -1,0 +1,22 @@
+#include "core/command_line.h"
+#include "core/process_setup.h"
+#include "core/start_up.h"
+#include "core/supervision.h"
+
+int main(int argc, char* argv[]) {
+    ruvo::set_up_process();
+    ruvo::parse_command_line(argc, argv);
+    ruvo::print_version_line();
+    ruvo::prepare_directories();
+    ruvo::write_pid_file();
+    ruvo::clear_import_flag();
+    ruvo::announce_pid_file();
+    ruvo::create_server_context();
+    ruvo::create_daemon_context();
+    ruvo::load_settings();
+    ruvo::log_local_ip();
+    if (!ruvo::start_threads()) return 1;
+    ruvo::wait_for_network();
+    ruvo::wait_for_status_service();
+    ruvo::supervise();
+}

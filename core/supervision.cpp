@@ -1,0 +1,107 @@
+#include "core/supervision.h"
+
+#include <sys/stat.h>
+#include <sys/sysinfo.h>
+
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <thread>
+
+#include "core/daemon_context.h"
+#include "core/exception_text.h"
+#include "core/log.h"
+#include "core/paths.h"
+#include "core/process_state.h"
+#include "events/event_list.h"
+#include "settings/settings_file.h"
+
+namespace ruvo {
+namespace {
+
+constexpr std::chrono::microseconds kPassInterval{200000};
+
+bool window_over() { return g_power_on_window_over.load() != 0; }
+
+void close_window_when_due() {
+    if (g_uptime.load() > kPowerOnWindowSeconds) g_power_on_window_over.store(1);
+}
+
+std::int64_t system_uptime_s() {
+    struct sysinfo info {};
+    if (::sysinfo(&info) == 0) return info.uptime;
+    return static_cast<std::int64_t>(std::time(nullptr)) - g_start_time.load();
+}
+
+// Measures the uptime once a second.
+class UptimeWatch {
+  public:
+    UptimeWatch() : last_second_(std::time(nullptr)) {
+        g_power_on_window_over.store(0);
+        g_start_time.store(last_second_);
+    }
+
+    void look() {
+        if (const std::time_t now = std::time(nullptr); now != last_second_) {
+            g_uptime.store(system_uptime_s());
+            close_window_when_due();
+            last_second_ = now;
+        }
+        // Read afresh: this is told only when a second begins between the readings.
+        if (const std::time_t now = std::time(nullptr); !window_over() && now != last_second_) {
+            close_window_when_due();
+            log_line_unrotated("[%s:%d] t_uptime=%lld, enable hdmi plug=%d\n", "main", 1983,
+                               static_cast<long long>(g_uptime.load()),
+                               g_power_on_window_over.load());
+            last_second_ = now;
+        }
+    }
+
+  private:
+    std::time_t last_second_;
+};
+
+// Tells when the settings file has another modification time than at the look before.
+class SettingsWatch {
+  public:
+    // The first look at an existing file is no change. A file that can't be looked at
+    // keeps the time it had.
+    bool has_changed() {
+        (void)::stat(kSettingsPath, &file_);
+        const bool changed = seen_.tv_sec != 0 && (seen_.tv_sec != file_.st_mtim.tv_sec ||
+                                                   seen_.tv_nsec != file_.st_mtim.tv_nsec);
+        seen_ = file_.st_mtim;
+        return changed;
+    }
+
+  private:
+    struct stat file_ {};
+    timespec seen_{};
+};
+
+void reload_settings() {
+    try {
+        (void)renew_ruvo_txt(*g_daemon_ctx, 0);
+        (void)rebuild_ruvo_event_list(*g_daemon_ctx, 0);
+    } catch (...) {
+        // A malformed index, as a rule. The change counts as seen, so this is told
+        // once, and the list before stays.
+        static LogSite failed;
+        log_line(failed, "Error: [%s:%d] rebuild_ruvo_event_list(): %s\n", "main", 1996,
+                 exception_text());
+    }
+}
+
+}  // namespace
+
+void supervise() {
+    UptimeWatch uptime;
+    SettingsWatch settings;
+    for (;;) {
+        uptime.look();
+        std::this_thread::sleep_for(kPassInterval);
+        if (settings.has_changed()) reload_settings();
+    }
+}
+
+}  // namespace ruvo

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "events/event_entry.h"
+#include "events/expand_data.h"
+
+namespace ruvo {
+
+struct DaemonContext;
+
+// A copy of a list entry as it is queued: every step's data expanded, and for a
+// test run no event-level delay.
+EventEntry expanded_copy(const EventEntry& entry, const MacroValues& values, std::int32_t test);
+
+// Refreshes the status variables, finds the event that a trigger names (one line
+// feed at the trigger's end is dropped) and returns its expanded copy; an entry
+// with an empty name when no event answers. Takes about 0.1 s at most, for the
+// status service. Called by whichever thread queues an event.
+EventEntry build_event_data(DaemonContext& context, std::string_view trigger, std::int32_t test);
+
+}  // namespace ruvo

@@ -1,0 +1,70 @@
+#include "events/expand_data.h"
+
+#include <array>
+#include <cstdio>
+
+#include <strings.h>
+
+#include "core/text_cut.h"
+#include "events/unescape_data.h"
+
+namespace ruvo {
+namespace {
+
+constexpr std::size_t kTimeTextBytes = 128;
+constexpr std::string_view kOpening = "{{";
+constexpr std::string_view kClosing = "}}";
+
+bool is_built_in_macro(std::string_view name, const char* macro) {
+    return ::strcasecmp(std::string(until_zero(name)).c_str(), macro) == 0;
+}
+
+// The first opening pairs with the first closing behind it; nothing nests.
+std::string expand_macros(std::string_view data, const MacroValues& values) {
+    std::string result;
+    std::size_t position = 0;
+    for (;;) {
+        const auto opening = data.find(kOpening, position);
+        if (opening == std::string_view::npos) break;
+        const auto name_begin = opening + kOpening.size();
+        const auto closing = data.find(kClosing, name_begin);
+        if (closing == std::string_view::npos) break;
+        result += data.substr(position, opening - position);
+        result += expand_macro(data.substr(name_begin, closing - name_begin), values);
+        position = closing + kClosing.size();
+    }
+    result += data.substr(position);
+    return result;
+}
+
+}  // namespace
+
+std::string expand_data(std::string_view data, const MacroValues& values) {
+    return unescape_data(expand_macros(data, values));
+}
+
+std::string expand_macro(std::string_view name, const MacroValues& values) {
+    for (const auto& [variable, value] : *values.status_variables) {
+        if (variable == name) return value;
+    }
+    if (is_built_in_macro(name, "date")) return format_date(values.local_time);
+    if (is_built_in_macro(name, "time")) return format_time(values.local_time);
+    if (is_built_in_macro(name, "uptime")) return std::to_string(values.uptime_s);
+    return {};
+}
+
+std::string format_date(const std::tm& local_time) {
+    std::array<char, kTimeTextBytes> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d ", local_time.tm_year + 1900,
+                  local_time.tm_mon + 1, local_time.tm_mday);
+    return text.data();
+}
+
+std::string format_time(const std::tm& local_time) {
+    std::array<char, kTimeTextBytes> text{};
+    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", local_time.tm_hour, local_time.tm_min,
+                  local_time.tm_sec);
+    return text.data();
+}
+
+}  // namespace ruvo

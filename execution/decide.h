@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+
+#include "events/event_entry.h"
+
+namespace ruvo {
+
+inline constexpr std::int64_t kStaleAfterNs = 60000000000;
+
+// What a pass over the queue does with a record.
+enum class RecordAction {
+    kDropInvalid,  // a time is missing
+    kDropStale,    // queued more than kStaleAfterNs ago
+    kDropHadRun,
+    kKeep,  // not due yet
+    kRun,
+};
+
+RecordAction decide_record(const EventEntry& record, std::int64_t now_ns);
+
+// What happens to each step of a record that runs.
+enum class StepAction { kPowerOnSkip, kDisabledSkip, kSend };
+
+// The switches as they stand when a step's turn comes.
+struct Switches {
+    bool power_on_window_over = false;
+    bool enabled = false;
+};
+
+// Plugging the display in or out while the system powers on is no event; an event of
+// a test command runs whatever the switches say.
+StepAction decide_step(const EventEntry& record, Switches switches);
+
+}  // namespace ruvo

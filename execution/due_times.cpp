@@ -1,0 +1,19 @@
+#include "execution/due_times.h"
+
+#include <map>
+
+namespace ruvo {
+
+std::vector<std::chrono::nanoseconds> due_times(const std::vector<SubCommand>& steps) {
+    std::vector<std::chrono::nanoseconds> times;
+    times.reserve(steps.size());
+    std::map<std::int64_t, int> earlier_ties;
+    for (const SubCommand& step : steps) {
+        const std::chrono::nanoseconds delay(step.delayFromExecNs);
+        times.push_back(delay.count() > 0 ? delay + kTieSpacing * earlier_ties[delay.count()]++
+                                          : std::chrono::nanoseconds(0));
+    }
+    return times;
+}
+
+}  // namespace ruvo

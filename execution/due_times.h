@@ -1,0 +1,18 @@
+#pragma once
+
+#include <chrono>
+#include <vector>
+
+#include "events/event_entry.h"
+
+namespace ruvo {
+
+// Between steps that are due at the same time, so that they arrive in index order.
+inline constexpr std::chrono::microseconds kTieSpacing{100};
+
+// When each step of a record goes out, counted from the start of its execution. A
+// step whose delay is 0 or less goes at once; of several steps with the same later
+// due time, each waits kTieSpacing more than the one before it.
+std::vector<std::chrono::nanoseconds> due_times(const std::vector<SubCommand>& steps);
+
+}  // namespace ruvo

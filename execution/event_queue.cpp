@@ -1,0 +1,77 @@
+#include "execution/event_queue.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <utility>
+
+#include "core/log.h"
+#include "core/process_state.h"
+#include "events/build_event_data.h"
+#include "execution/server_context.h"
+
+namespace ruvo {
+namespace {
+
+constexpr std::int64_t kNsPerSecond = 1000000000;
+
+// A final piece without a line feed is a line; an empty text has none.
+std::ptrdiff_t count_lines(std::string_view text) {
+    const bool open_end = !text.empty() && !text.ends_with('\n');
+    return std::count(text.begin(), text.end(), '\n') + (open_end ? 1 : 0);
+}
+
+void append(ServerContext& server, EventEntry record) RUVO_REQUIRES(server.mutex) {
+    if (server.t_ns_next == 0 || server.t_ns_next > record.t_ns_exec) {
+        server.t_ns_next = record.t_ns_exec;
+    }
+    const Guard guard(server.events_guard);
+    server.events.push_back(std::move(record));
+}
+
+}  // namespace
+
+void stamp_record(EventEntry& record, std::int64_t now_ns, std::int32_t test) {
+    record.t_ns_cread = now_ns;
+    record.t_ns_exec = now_ns + (test == 1 ? 0 : record.delay * kNsPerSecond);
+    record.test = test;
+}
+
+std::int32_t push_event_back(ServerContext& server, std::string_view trigger, std::int32_t test) {
+    const Guard guard(server.mutex);
+    for (auto lines = count_lines(trigger); lines > 0; --lines) {
+        const std::chrono::nanoseconds now = std::chrono::steady_clock::now() - server.t_ns_start;
+        EventEntry record = build_event_data(*g_daemon_ctx, trigger, test);
+        if (record.name.empty()) {
+            debug_line("[%s:%d] not found sys event=%s\n", "push_event_back", 171,
+                       std::string(trigger).c_str());
+            continue;
+        }
+        stamp_record(record, now.count(), test);
+        append(server, std::move(record));
+    }
+    return 0;
+}
+
+std::int32_t push_event_back(ServerContext& server, std::string_view trigger) {
+    return push_event_back(server, trigger, 0);
+}
+
+bool queue_is_empty(ServerContext& server) {
+    const Guard guard(server.events_guard);
+    return server.events.empty();
+}
+
+// Appending moves no record of a double-ended queue, so the pointer stays good
+// until the queue thread itself erases one.
+EventEntry* record_at(ServerContext& server, std::size_t position) {
+    const Guard guard(server.events_guard);
+    return position < server.events.size() ? &server.events[position] : nullptr;
+}
+
+void erase_record(ServerContext& server, std::size_t position) {
+    const Guard guard(server.events_guard);
+    server.events.erase(server.events.begin() + static_cast<std::ptrdiff_t>(position));
+}
+
+}  // namespace ruvo

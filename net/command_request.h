@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace ruvo {
+
+// A request of the command port, split at its first "="; without one, key and value
+// are both the whole text.
+struct CommandRequest {
+    std::string key;
+    std::string value;
+};
+
+CommandRequest split_request(std::string_view text);
+
+// Keys with two leading underscores are commands, all others are triggers.
+bool is_command(const CommandRequest& request);
+
+// The text that a trigger is queued and echoed with: the key, ended by a line feed.
+std::string trigger_text(const CommandRequest& request);
+
+// The reply to a trigger: its text, with a note when the queue (a negative result)
+// has refused it.
+std::string queued_reply(const std::string& trigger, std::int32_t queue_result);
+
+// The reply to a trigger while events are disabled.
+std::string disabled_reply(const CommandRequest& request);
+
+}  // namespace ruvo

@@ -1,0 +1,126 @@
+#include "net/sender_bodies.h"
+
+#include <time.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <span>
+
+#include "core/log.h"
+#include "core/process_state.h"
+#include "execution/server_context.h"
+#include "net/tcpclient.h"
+#include "net/udpclient.h"
+
+namespace ruvo {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kReplyBytes = 2048;
+constexpr char kStatusIp[] = "127.0.0.1";
+constexpr std::int32_t kStatusPort = 50001;
+
+using IpText = std::array<char, kSlotIpBytes>;
+using DataText = std::array<char, kSlotDataBytes>;
+
+std::size_t index_of(std::int32_t slot) { return static_cast<std::size_t>(slot); }
+const IpText& slot_ip(std::int32_t slot) { return g_server_ctx->thread_ip[index_of(slot)]; }
+const DataText& slot_data(std::int32_t slot) { return g_server_ctx->thread_data[index_of(slot)]; }
+
+template <std::size_t Size>
+std::array<char, Size> copy_of(const std::array<char, Size>& text) {
+    std::array<char, Size> copy;
+    std::snprintf(copy.data(), copy.size(), "%.*s", static_cast<int>(Size - 1), text.data());
+    return copy;
+}
+
+void trace_send(const char* body, int line, const IpText& ip, const DataText& data,
+                std::chrono::nanoseconds delay) {
+    debug_line("[%s:%d] %s data=[%d]%s, sleep for=%lld\n", body, line, ip.data(),
+               static_cast<int>(std::strlen(data.data())), data.data(),
+               static_cast<long long>(delay.count()));
+}
+
+timespec to_timespec(Clock::time_point instant) {
+    const auto ns = std::chrono::nanoseconds(instant.time_since_epoch()).count();
+    timespec result{};
+    result.tv_sec = static_cast<time_t>(ns / 1000000000);
+    result.tv_nsec = static_cast<long>(ns % 1000000000);
+    return result;
+}
+
+// An absolute wait is never too short and does not drift when a signal interrupts
+// it; any other failure ends it.
+void wait_until_due(std::int32_t slot, std::chrono::nanoseconds delay) {
+    if (delay.count() <= 0) return;
+    const auto& due = g_server_ctx->thread_due[index_of(slot)];
+    const timespec until = to_timespec(due ? *due : Clock::now() + delay);
+    while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
+    }
+}
+
+// The last thing a body does: the slot's owner may now join the thread.
+void finish(std::atomic<std::int32_t>& state) {
+    state.store(kSlotFinished, std::memory_order_release);
+}
+
+// The report, or the text of what went wrong, as zero-terminated text.
+void fetch_status(std::span<char> report) {
+    (void)tcpclient(kStatusIp, kStatusPort, "getStatus", report);
+}
+
+}  // namespace
+
+void udpclient_thread(std::int32_t slot, std::int32_t port, std::chrono::nanoseconds delay,
+                      std::atomic<std::int32_t>& state) noexcept {
+    const IpText ip = copy_of(slot_ip(slot));
+    const DataText data = copy_of(slot_data(slot));
+    trace_send("udpclient_thread", 131, slot_ip(slot), slot_data(slot), delay);
+    trace_send("udpclient_thread", 136, ip, data, delay);
+    wait_until_due(slot, delay);
+    (void)udpclient(ip.data(), static_cast<std::uint16_t>(port), data.data());
+    finish(state);
+}
+
+void tcpclient_thread(std::int32_t slot, std::int32_t port, std::chrono::nanoseconds delay,
+                      std::atomic<std::int32_t>& state) noexcept {
+    const IpText ip = copy_of(slot_ip(slot));
+    const DataText data = copy_of(slot_data(slot));
+    trace_send("tcpclient_thread", 154, slot_ip(slot), slot_data(slot), delay);
+    trace_send("tcpclient_thread", 159, ip, data, delay);
+    wait_until_due(slot, delay);
+    std::array<char, kReplyBytes> reply;
+    (void)tcpclient(ip.data(), port, data.data(), reply);
+    finish(state);
+}
+
+void udpclient_getStatus_thread(std::int32_t slot, std::int32_t port,
+                                std::chrono::nanoseconds delay,
+                                std::atomic<std::int32_t>& state) noexcept {
+    const IpText ip = copy_of(slot_ip(slot));
+    trace_send("udpclient_getStatus_thread", 178, slot_ip(slot), slot_data(slot), delay);
+    wait_until_due(slot, delay);
+    std::array<char, kReplyBytes> report;
+    fetch_status(report);
+    (void)udpclient(ip.data(), static_cast<std::uint16_t>(port), report.data());
+    finish(state);
+}
+
+void tcpclient_getStatus_thread(std::int32_t slot, std::int32_t port,
+                                std::chrono::nanoseconds delay,
+                                std::atomic<std::int32_t>& state) noexcept {
+    const IpText ip = copy_of(slot_ip(slot));
+    debug_line("[%s:%d] sleep for=%lld\n", "tcpclient_getStatus_thread", 199,
+               static_cast<long long>(delay.count()));
+    wait_until_due(slot, delay);
+    std::array<char, kReplyBytes> report;
+    fetch_status(report);
+    std::array<char, kReplyBytes> reply;
+    (void)tcpclient(ip.data(), port, report.data(), reply);
+    finish(state);
+}
+
+}  // namespace ruvo

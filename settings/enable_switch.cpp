@@ -1,0 +1,43 @@
+#include "settings/enable_switch.h"
+
+#include <strings.h>
+
+#include "core/daemon_context.h"
+#include "core/line_reader.h"
+#include "core/log.h"
+#include "platform/shell.h"
+
+namespace ruvo {
+namespace {
+
+constexpr std::size_t kToolLineBytes = 128;
+
+bool begins_with_word(std::string_view text, std::string_view word) {
+    return text.size() >= word.size() && ::strncasecmp(text.data(), word.data(), word.size()) == 0;
+}
+
+std::optional<bool> ask_tool() {
+    // The text behind "=" is the tool's answer for a key that is not set.
+    const UniquePipe pipe = open_command("userconfigtool get boolean network.ruvo.enable=false");
+    if (!pipe) return {};
+    LineReader<kToolLineBytes> lines(pipe.get());
+    const auto line = lines.next();
+    return line ? parse_switch(*line) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<bool> parse_switch(std::string_view tool_output) {
+    if (begins_with_word(tool_output, "true")) return true;
+    if (begins_with_word(tool_output, "false")) return false;
+    return {};
+}
+
+int renew_enable_event(DaemonContext& context) {
+    if (const auto answer = ask_tool()) context.enable.store(*answer ? 1 : 0);
+    debug_line("[%s:%d] enable event=%d\n", "renew_enable_event", 700,
+               static_cast<int>(context.enable.load()));
+    return 0;
+}
+
+}  // namespace ruvo
