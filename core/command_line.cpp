@@ -1,8 +1,8 @@
 #include "core/command_line.h"
 
-#include <unistd.h>
-
 #include "core/process_state.h"
+
+#include <unistd.h>
 
 namespace ruvo {
 

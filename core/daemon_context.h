@@ -1,14 +1,14 @@
 #pragma once
 
-#include <atomic>
-#include <cstdint>
-#include <string>
-
 #include "core/mutex.h"
 #include "core/published.h"
 #include "events/event_entry.h"
 #include "events/status_reply.h"
 #include "settings/event_definition.h"
+
+#include <atomic>
+#include <cstdint>
+#include <string>
 
 namespace ruvo {
 

@@ -1,17 +1,17 @@
 #include "core/log.h"
 
+#include "core/process_state.h"
+#include "core/unique_fd.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
-
-#include <fcntl.h>
-#include <unistd.h>
-
-#include "core/process_state.h"
-#include "core/unique_fd.h"
 
 namespace ruvo {
 namespace {

@@ -1,5 +1,8 @@
 #include "core/network_info.h"
 
+#include "core/daemon_context.h"
+#include "core/log.h"
+
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -7,9 +10,6 @@
 #include <array>
 #include <cstring>
 #include <memory>
-
-#include "core/daemon_context.h"
-#include "core/log.h"
 
 namespace ruvo {
 namespace {

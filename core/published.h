@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/mutex.h"
+
 #include <memory>
 #include <utility>
-
-#include "core/mutex.h"
 
 namespace ruvo {
 

@@ -1,12 +1,5 @@
 #include "core/start_up.h"
 
-#include <unistd.h>
-
-#include <chrono>
-#include <string>
-#include <system_error>
-#include <thread>
-
 #include "core/build_info.h"
 #include "core/daemon_context.h"
 #include "core/exception_text.h"
@@ -21,6 +14,13 @@
 #include "net/command_server.h"
 #include "platform/shell.h"
 #include "settings/settings_file.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+#include <system_error>
+#include <thread>
 
 namespace ruvo {
 namespace {

@@ -1,13 +1,5 @@
 #include "core/supervision.h"
 
-#include <sys/stat.h>
-#include <sys/sysinfo.h>
-
-#include <chrono>
-#include <cstdint>
-#include <ctime>
-#include <thread>
-
 #include "core/daemon_context.h"
 #include "core/exception_text.h"
 #include "core/log.h"
@@ -15,6 +7,14 @@
 #include "core/process_state.h"
 #include "events/event_list.h"
 #include "settings/settings_file.h"
+
+#include <sys/stat.h>
+#include <sys/sysinfo.h>
+
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <thread>
 
 namespace ruvo {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <utility>
-
 #include <unistd.h>
+
+#include <utility>
 
 namespace ruvo {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <string_view>
-
 #include "events/event_entry.h"
 #include "events/expand_data.h"
+
+#include <cstdint>
+#include <string_view>
 
 namespace ruvo {
 

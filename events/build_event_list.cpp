@@ -1,10 +1,10 @@
 #include "events/build_event_list.h"
 
-#include <algorithm>
-#include <string>
-
 #include "core/number_text.h"
 #include "events/hex_to_bytes.h"
+
+#include <algorithm>
+#include <string>
 
 namespace ruvo {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
-
 #include "events/event_entry.h"
 #include "settings/event_definition.h"
+
+#include <cstdint>
+#include <functional>
 
 namespace ruvo {
 

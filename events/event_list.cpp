@@ -1,12 +1,12 @@
 #include "events/event_list.h"
 
-#include <cstdio>
-
 #include "core/daemon_context.h"
 #include "core/file.h"
 #include "core/log.h"
 #include "events/build_event_list.h"
 #include "events/event_list_text.h"
+
+#include <cstdio>
 
 namespace ruvo {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "core/mutex.h"
+
 #include <cstdint>
 #include <string>
-
-#include "core/mutex.h"
 
 namespace ruvo {
 

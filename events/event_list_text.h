@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "events/event_entry.h"
+
+#include <string>
 
 namespace ruvo {
 

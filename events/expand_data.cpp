@@ -1,12 +1,12 @@
 #include "events/expand_data.h"
 
-#include <array>
-#include <cstdio>
+#include "core/text_cut.h"
+#include "events/unescape_data.h"
 
 #include <strings.h>
 
-#include "core/text_cut.h"
-#include "events/unescape_data.h"
+#include <array>
+#include <cstdio>
 
 namespace ruvo {
 namespace {

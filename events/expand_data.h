@@ -1,12 +1,12 @@
 #pragma once
 
+#include "events/status_reply.h"
+
 #include <cstdint>
 #include <ctime>
 #include <memory>
 #include <string>
 #include <string_view>
-
-#include "events/status_reply.h"
 
 namespace ruvo {
 

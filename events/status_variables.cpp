@@ -1,13 +1,13 @@
 #include "events/status_variables.h"
 
-#include <cstdio>
-
 #include "core/daemon_context.h"
 #include "core/file.h"
 #include "core/line_reader.h"
 #include "core/log.h"
 #include "events/status_reply.h"
 #include "platform/shell.h"
+
+#include <cstdio>
 
 namespace ruvo {
 namespace {

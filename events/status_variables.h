@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "core/mutex.h"
+
+#include <string>
 
 namespace ruvo {
 

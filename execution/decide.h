@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-
 #include "events/event_entry.h"
+
+#include <cstdint>
 
 namespace ruvo {
 

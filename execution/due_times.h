@@ -1,9 +1,9 @@
 #pragma once
 
+#include "events/event_entry.h"
+
 #include <chrono>
 #include <vector>
-
-#include "events/event_entry.h"
 
 namespace ruvo {
 

@@ -1,11 +1,11 @@
 #include "execution/event_log.h"
 
-#include <array>
-#include <cstdio>
-
 #include "core/file.h"
 #include "core/paths.h"
 #include "core/text_cut.h"
+
+#include <array>
+#include <cstdio>
 
 namespace ruvo {
 namespace {

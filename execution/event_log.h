@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include "core/local_time.h"
 #include "events/event_entry.h"
+
+#include <cstdint>
+#include <string>
 
 namespace ruvo {
 

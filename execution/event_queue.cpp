@@ -1,14 +1,14 @@
 #include "execution/event_queue.h"
 
-#include <algorithm>
-#include <chrono>
-#include <string>
-#include <utility>
-
 #include "core/log.h"
 #include "core/process_state.h"
 #include "events/build_event_data.h"
 #include "execution/server_context.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <utility>
 
 namespace ruvo {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "events/event_entry.h"
+
 #include <cstdint>
 #include <string_view>
-
-#include "events/event_entry.h"
 
 namespace ruvo {
 

@@ -1,11 +1,5 @@
 #include "execution/executor.h"
 
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <string_view>
-#include <thread>
-
 #include "core/daemon_context.h"
 #include "core/exception_text.h"
 #include "core/log.h"
@@ -21,6 +15,12 @@
 #include "execution/sender_slots.h"
 #include "execution/server_context.h"
 #include "net/sender_bodies.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <thread>
 
 namespace ruvo {
 namespace {

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "core/mutex.h"
+#include "events/event_entry.h"
+#include "execution/sender_thread.h"
+
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <optional>
-
-#include "core/mutex.h"
-#include "events/event_entry.h"
-#include "execution/sender_thread.h"
 
 namespace ruvo {
 

@@ -1,14 +1,5 @@
 #include "net/command_server.h"
 
-#include <sys/select.h>
-#include <sys/socket.h>
-
-#include <array>
-#include <cerrno>
-#include <chrono>
-#include <cstdlib>
-#include <string>
-
 #include "core/daemon_context.h"
 #include "core/exception_text.h"
 #include "core/log.h"
@@ -20,6 +11,18 @@
 #include "net/connections.h"
 #include "net/ipv4_address.h"
 #include "net/socket_timeouts.h"
+
+#include <sys/select.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace ruvo {
 namespace {

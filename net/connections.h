@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/unique_fd.h"
+
 #include <sys/select.h>
 
 #include <vector>
-
-#include "core/unique_fd.h"
 
 namespace ruvo {
 

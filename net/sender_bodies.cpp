@@ -1,5 +1,11 @@
 #include "net/sender_bodies.h"
 
+#include "core/log.h"
+#include "core/process_state.h"
+#include "execution/server_context.h"
+#include "net/tcpclient.h"
+#include "net/udpclient.h"
+
 #include <time.h>
 
 #include <array>
@@ -7,12 +13,6 @@
 #include <cstdio>
 #include <cstring>
 #include <span>
-
-#include "core/log.h"
-#include "core/process_state.h"
-#include "execution/server_context.h"
-#include "net/tcpclient.h"
-#include "net/udpclient.h"
 
 namespace ruvo {
 namespace {

@@ -1,14 +1,14 @@
 #include "net/tcpclient.h"
 
-#include <sys/socket.h>
-
-#include <cerrno>
-#include <cstdio>
-
 #include "core/log.h"
 #include "core/unique_fd.h"
 #include "net/ipv4_address.h"
 #include "net/socket_timeouts.h"
+
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstdio>
 
 namespace ruvo {
 namespace {

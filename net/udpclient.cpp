@@ -1,13 +1,13 @@
 #include "net/udpclient.h"
 
+#include "core/log.h"
+#include "core/unique_fd.h"
+#include "net/ipv4_address.h"
+
 #include <sys/socket.h>
 
 #include <chrono>
 #include <thread>
-
-#include "core/log.h"
-#include "core/unique_fd.h"
-#include "net/ipv4_address.h"
 
 namespace ruvo {
 namespace {

@@ -1,8 +1,8 @@
 #include "platform/shell.h"
 
-#include <cstdlib>
-
 #include "core/log.h"
+
+#include <cstdlib>
 
 namespace ruvo {
 

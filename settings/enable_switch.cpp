@@ -1,11 +1,11 @@
 #include "settings/enable_switch.h"
 
-#include <strings.h>
-
 #include "core/daemon_context.h"
 #include "core/line_reader.h"
 #include "core/log.h"
 #include "platform/shell.h"
+
+#include <strings.h>
 
 namespace ruvo {
 namespace {

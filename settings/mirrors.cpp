@@ -1,11 +1,11 @@
 #include "settings/mirrors.h"
 
-#include <cstdio>
-
 #include "core/daemon_context.h"
 #include "core/file.h"
 #include "core/log.h"
 #include "events/hex_to_bytes.h"
+
+#include <cstdio>
 
 namespace ruvo {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "settings/event_definition.h"
+
+#include <string>
 
 namespace ruvo {
 

@@ -1,7 +1,5 @@
 #include "settings/settings_file.h"
 
-#include <cerrno>
-
 #include "core/daemon_context.h"
 #include "core/file.h"
 #include "core/line_reader.h"
@@ -10,6 +8,8 @@
 #include "settings/enable_switch.h"
 #include "settings/mirrors.h"
 #include "settings/settings_text.h"
+
+#include <cerrno>
 
 namespace ruvo {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "settings/event_definition.h"
+
 #include <cstdint>
 #include <cstdio>
-
-#include "settings/event_definition.h"
 
 namespace ruvo {
 

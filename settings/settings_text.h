@@ -1,11 +1,11 @@
 #pragma once
 
+#include "settings/event_definition.h"
+
 #include <array>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "settings/event_definition.h"
 
 namespace ruvo {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string_view>
-
 #include "settings/event_definition.h"
+
+#include <string_view>
 
 namespace ruvo {
 
