@@ -20,11 +20,14 @@ if(NOT CMAKE_SCRIPT_MODE_FILE)
 endif()
 
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
-  execute_process(
-    COMMAND git -C "${RUVO_SOURCE_DIR}" log -1 --format=%ct
-    OUTPUT_VARIABLE commit_time OUTPUT_STRIP_TRAILING_WHITESPACE
-    ERROR_QUIET RESULT_VARIABLE git_status)
-  if(git_status EQUAL 0 AND commit_time MATCHES "^[0-9]+$")
+  set(commit_time "")
+  # An unpacked archive may lie inside another repository, whose time says nothing.
+  if(EXISTS "${RUVO_SOURCE_DIR}/.git")
+    execute_process(
+      COMMAND git -c "safe.directory=*" -C "${RUVO_SOURCE_DIR}" log -1 --format=%ct
+      OUTPUT_VARIABLE commit_time OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  endif()
+  if( commit_time MATCHES "^[0-9]+$")
     set(ENV{SOURCE_DATE_EPOCH} "${commit_time}")
   else()
     file(TIMESTAMP "${RUVO_SOURCE_DIR}/CHANGELOG.md" change_log_time "%s" UTC)

@@ -5,9 +5,11 @@ target_link_libraries(ruvo_options INTERFACE Threads::Threads)
 target_compile_options(ruvo_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
   # No folder of the build machine ends up in a binary: the same sources give
-  # the same bytes wherever they are built.
-  "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build"
-  "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.")
+  # the same bytes wherever they are built. The last fitting line counts.
+  "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=."
+  "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build")
+# Files beyond 2 GiB and times beyond 2038 where a long has 32 bits.
+target_compile_definitions(ruvo_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(ruvo_options INTERFACE -Wthread-safety)

@@ -7,10 +7,11 @@
 namespace ruvo {
 
 void parse_command_line(int argc, char* const argv[]) {
-    for (int option = 0; option != -1; option = ::getopt(argc, argv, "d")) {
+    int option = 0;
+    while ((option = ::getopt(argc, argv, "d")) != -1) {
         if (option != 'd') continue;
-        g_debug_flag.store(1);
-        g_log_ready.store(1);
+        g_debug_flag.store(1, std::memory_order_relaxed);
+        g_log_ready.store(1, std::memory_order_relaxed);
     }
 }
 

@@ -34,12 +34,12 @@ class KeepErrno {
 
 // The formatted text; empty when there is no memory for it.
 std::string formatted(const char* format, std::va_list arguments) try {
-    std::va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::va_list measured;
+    va_copy(measured, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, measured);
+    va_end(measured);
     std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
+    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
     return text;
 } catch (const std::bad_alloc&) {
     return {};
@@ -113,7 +113,8 @@ void print_line(const char* format, ...) {
 }
 
 const char* error_text(int error_number) {
-    // The C library keeps an unknown number's text per thread.
+    // Texts of known numbers are constants; glibc (2.32 and later) keeps the text of an
+    // unknown one per thread.
     return std::strerror(error_number);
 }
 

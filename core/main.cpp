@@ -13,7 +13,7 @@ int main(int argc, char* argv[]) {
     ruvo::announce_pid_file();
     ruvo::create_server_context();
     ruvo::create_daemon_context();
-    ruvo::load_settings();
+    ruvo::read_first_settings();
     ruvo::log_local_ip();
     if (!ruvo::start_threads()) return 1;
     ruvo::wait_for_network();

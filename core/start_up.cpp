@@ -3,21 +3,22 @@
 #include "core/build_info.h"
 #include "core/daemon_context.h"
 #include "core/exception_text.h"
+#include "core/load_settings.h"
 #include "core/log.h"
 #include "core/network_info.h"
 #include "core/paths.h"
 #include "core/process_state.h"
-#include "events/event_list.h"
 #include "events/status_variables.h"
 #include "execution/executor.h"
 #include "execution/server_context.h"
 #include "net/command_server.h"
 #include "platform/shell.h"
-#include "settings/settings_file.h"
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
+#include <new>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -39,6 +40,8 @@ int start_thread(Body body) {
         return 0;
     } catch (const std::system_error& error) {
         return error.code().value();
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
     }
 }
 
@@ -79,23 +82,16 @@ void clear_import_flag() { (void)_system("userconfigtool set boolean network.ruv
 void announce_pid_file() {
     log_line_unrotated("[%s:%d] create /var/run/ruvotcp.pid=%d\n", "main", 1924,
                        static_cast<int>(::getpid()));
-    g_log_ready.store(1);
+    g_log_ready.store(1, std::memory_order_relaxed);
 }
 
 void create_server_context() { g_server_ctx = new ServerContext(); }
 
 void create_daemon_context() { g_daemon_ctx = new DaemonContext(); }
 
-void load_settings() {
-    try {
-        (void)renew_ruvo_txt(*g_daemon_ctx, 0);
-        (void)rebuild_ruvo_event_list(*g_daemon_ctx, 0);
-    } catch (...) {
-        // A malformed index, as a rule: the daemon serves what it has.
-        static LogSite failed;
-        log_line(failed, "Error: [%s:%d] rebuild_ruvo_event_list(): %s\n", "main", 1929,
-                 exception_text());
-    }
+void read_first_settings() {
+    static LogSite failed;
+    load_settings(failed, 1929);
 }
 
 void log_local_ip() {

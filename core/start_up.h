@@ -23,7 +23,7 @@ void create_server_context();
 void create_daemon_context();
 
 // Reads the settings and builds the event list.
-void load_settings();
+void read_first_settings();
 
 void log_local_ip();
 

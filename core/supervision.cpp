@@ -1,12 +1,9 @@
 #include "core/supervision.h"
 
-#include "core/daemon_context.h"
-#include "core/exception_text.h"
+#include "core/load_settings.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "core/process_state.h"
-#include "events/event_list.h"
-#include "settings/settings_file.h"
 
 #include <sys/stat.h>
 #include <sys/sysinfo.h>
@@ -21,29 +18,31 @@ namespace {
 
 constexpr std::chrono::microseconds kPassInterval{200000};
 
-bool window_over() { return g_power_on_window_over.load() != 0; }
+bool window_over() { return g_power_on_window_over.load(std::memory_order_relaxed) != 0; }
 
 void close_window_when_due() {
-    if (g_uptime.load() > kPowerOnWindowSeconds) g_power_on_window_over.store(1);
+    if (g_uptime.load(std::memory_order_relaxed) > kPowerOnWindowSeconds)
+        g_power_on_window_over.store(1, std::memory_order_relaxed);
 }
 
 std::int64_t system_uptime_s() {
     struct sysinfo info {};
     if (::sysinfo(&info) == 0) return info.uptime;
-    return static_cast<std::int64_t>(std::time(nullptr)) - g_start_time.load();
+    return static_cast<std::int64_t>(std::time(nullptr)) -
+           g_start_time.load(std::memory_order_relaxed);
 }
 
 // Measures the uptime once a second.
 class UptimeWatch {
   public:
     UptimeWatch() : last_second_(std::time(nullptr)) {
-        g_power_on_window_over.store(0);
-        g_start_time.store(last_second_);
+        g_power_on_window_over.store(0, std::memory_order_relaxed);
+        g_start_time.store(last_second_, std::memory_order_relaxed);
     }
 
     void look() {
         if (const std::time_t now = std::time(nullptr); now != last_second_) {
-            g_uptime.store(system_uptime_s());
+            g_uptime.store(system_uptime_s(), std::memory_order_relaxed);
             close_window_when_due();
             last_second_ = now;
         }
@@ -51,8 +50,8 @@ class UptimeWatch {
         if (const std::time_t now = std::time(nullptr); !window_over() && now != last_second_) {
             close_window_when_due();
             log_line_unrotated("[%s:%d] t_uptime=%lld, enable hdmi plug=%d\n", "main", 1983,
-                               static_cast<long long>(g_uptime.load()),
-                               g_power_on_window_over.load());
+                               static_cast<long long>(g_uptime.load(std::memory_order_relaxed)),
+                               g_power_on_window_over.load(std::memory_order_relaxed));
             last_second_ = now;
         }
     }
@@ -79,17 +78,10 @@ class SettingsWatch {
     timespec seen_{};
 };
 
+// The change counts as seen, whatever the reading says.
 void reload_settings() {
-    try {
-        (void)renew_ruvo_txt(*g_daemon_ctx, 0);
-        (void)rebuild_ruvo_event_list(*g_daemon_ctx, 0);
-    } catch (...) {
-        // A malformed index, as a rule. The change counts as seen, so this is told
-        // once, and the list before stays.
-        static LogSite failed;
-        log_line(failed, "Error: [%s:%d] rebuild_ruvo_event_list(): %s\n", "main", 1996,
-                 exception_text());
-    }
+    static LogSite failed;
+    load_settings(failed, 1996);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "platform/shell.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace ruvo {
 namespace {

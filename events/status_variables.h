@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/mutex.h"
-
 #include <string>
 
 namespace ruvo {

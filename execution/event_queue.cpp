@@ -43,8 +43,8 @@ std::int32_t push_event_back(ServerContext& server, std::string_view trigger, st
         const std::chrono::nanoseconds now = std::chrono::steady_clock::now() - server.t_ns_start;
         EventEntry record = build_event_data(*g_daemon_ctx, trigger, test);
         if (record.name.empty()) {
-            debug_line("[%s:%d] not found sys event=%s\n", "push_event_back", 171,
-                       std::string(trigger).c_str());
+            debug_line("[%s:%d] not found sys event=%.*s\n", "push_event_back", 171,
+                       static_cast<int>(trigger.size()), trigger.data());
             continue;
         }
         stamp_record(record, now.count(), test);

@@ -30,6 +30,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kPassInterval{250};
 // Only so much of a step's data reaches its sender, though a slot holds more.
 constexpr std::size_t kSentDataBytes = 104;
+static_assert(kSentDataBytes <= kSlotDataBytes);
 
 std::int64_t current_uptime_s() { return g_uptime.load(std::memory_order_relaxed); }
 
@@ -109,11 +110,12 @@ void send_step(ServerContext& server, const EventEntry& record, const SubCommand
 
 void skip_in_power_on_window(EventEntry& record, const SubCommand& step) {
     record.has_run = kRecordSkipped;
+    const std::int64_t uptime_s = current_uptime_s();
     static LogSite skipped;
     log_line(skipped, "[%s:%d] during Power On, skip %s ...%d/%d\n", "exec_event", 836,
-             record.name.c_str(), static_cast<int>(current_uptime_s()),
+             record.name.c_str(), static_cast<int>(uptime_s),
              static_cast<int>(kPowerOnWindowSeconds));
-    write_event_log(power_on_skip_line(step, current_uptime_s()));
+    write_event_log(power_on_skip_line(step, uptime_s));
 }
 
 void skip_disabled(EventEntry& record, const SubCommand& step) {
@@ -124,8 +126,8 @@ void skip_disabled(EventEntry& record, const SubCommand& step) {
     write_event_log(disabled_line(step, current_uptime_s()));
 }
 
-// Whatever happens to its steps, a record runs once: an exception must not send the
-// first steps again in the next pass.
+// Marks a record as run on every way out: after an exception the next pass must not
+// send its first steps again.
 class RunsOnce {
   public:
     explicit RunsOnce(EventEntry& record) : record_(record) {}

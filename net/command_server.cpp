@@ -12,6 +12,7 @@
 #include "net/ipv4_address.h"
 #include "net/socket_timeouts.h"
 
+#include <fcntl.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 
@@ -195,13 +196,24 @@ class CommandPort {
             make_room(ready);
             return;
         }
-        // The number may be that of a connection closed a moment ago: its ready bit
-        // says nothing about this one.
-        if (connection.get() < FD_SETSIZE) FD_CLR(connection.get(), &ready);
-        if (!connections_.add(std::move(connection))) {
+        if (connection.get() >= FD_SETSIZE) {
             report_accept_failure(EMFILE);
             make_room(ready);
+            connection = watchable_copy(connection);
+            if (!connection) return;
         }
+        // The number may be that of a connection closed a moment ago: its ready bit
+        // says nothing about this one.
+        FD_CLR(connection.get(), &ready);
+        connections_.add(std::move(connection));
+    }
+
+    // The same connection under a number that select can watch; empty when all of
+    // them are taken.
+    static UniqueFd watchable_copy(const UniqueFd& connection) {
+        UniqueFd copy(::fcntl(connection.get(), F_DUPFD_CLOEXEC, 0));
+        if (copy.get() >= FD_SETSIZE) copy.reset();
+        return copy;
     }
 
     static void report_accept_failure(int error) {
@@ -210,7 +222,8 @@ class CommandPort {
                  error_text(error));
     }
 
-    // Out of descriptors: a silent peer gives way to one that has something to say.
+    // After a failed accept, as a rule for want of descriptors: a silent peer gives
+    // way to one that has something to say.
     void make_room(fd_set& ready) {
         const int closed = connections_.close_longest_silent();
         if (closed >= 0) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace ruvo {
 namespace {
@@ -16,11 +17,7 @@ bool is_silent(const UniqueFd& connection) {
 
 }  // namespace
 
-bool Connections::add(UniqueFd connection) {
-    if (connection.get() >= FD_SETSIZE) return false;
-    oldest_first_.push_back(std::move(connection));
-    return true;
-}
+void Connections::add(UniqueFd connection) { oldest_first_.push_back(std::move(connection)); }
 
 void Connections::close(int descriptor) {
     std::erase_if(oldest_first_,

@@ -13,9 +13,8 @@ namespace ruvo {
 // Command-server thread only.
 class Connections {
   public:
-    // Takes a connection over; one whose descriptor doesn't fit an fd_set is closed
-    // instead, and the result is false.
-    [[nodiscard]] bool add(UniqueFd connection);
+    // Takes a connection over; its descriptor must be below FD_SETSIZE.
+    void add(UniqueFd connection);
 
     void close(int descriptor);
 

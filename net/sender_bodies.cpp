@@ -6,12 +6,12 @@
 #include "net/tcpclient.h"
 #include "net/udpclient.h"
 
+#include <string.h>
 #include <time.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <span>
 
 namespace ruvo {
@@ -39,9 +39,10 @@ std::array<char, Size> copy_of(const std::array<char, Size>& text) {
 
 void trace_send(const char* body, int line, const IpText& ip, const DataText& data,
                 std::chrono::nanoseconds delay) {
-    debug_line("[%s:%d] %s data=[%d]%s, sleep for=%lld\n", body, line, ip.data(),
-               static_cast<int>(std::strlen(data.data())), data.data(),
-               static_cast<long long>(delay.count()));
+    const auto length = static_cast<int>(::strnlen(data.data(), data.size()));
+    debug_line("[%s:%d] %.*s data=[%d]%.*s, sleep for=%lld\n", body, line,
+               static_cast<int>(::strnlen(ip.data(), ip.size())), ip.data(), length, length,
+               data.data(), static_cast<long long>(delay.count()));
 }
 
 timespec to_timespec(Clock::time_point instant) {

@@ -34,9 +34,10 @@ std::optional<bool> parse_switch(std::string_view tool_output) {
 }
 
 int renew_enable_event(DaemonContext& context) {
-    if (const auto answer = ask_tool()) context.enable.store(*answer ? 1 : 0);
+    if (const auto answer = ask_tool())
+        context.enable.store(*answer ? 1 : 0, std::memory_order_relaxed);
     debug_line("[%s:%d] enable event=%d\n", "renew_enable_event", 700,
-               static_cast<int>(context.enable.load()));
+               static_cast<int>(context.enable.load(std::memory_order_relaxed)));
     return 0;
 }
 

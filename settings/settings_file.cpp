@@ -10,6 +10,7 @@
 #include "settings/settings_text.h"
 
 #include <cerrno>
+#include <utility>
 
 namespace ruvo {
 namespace {
@@ -31,7 +32,7 @@ UniqueFile open_settings(const DaemonContext& context, const char* path) {
     static LogSite not_found;  // the semicolon and the spelling belong to the text
     log_line(not_found, "[%s;%d] Error: not found: %s, writ default\n", "renew_ruvo_txt", 241,
              path);
-    append_default_settings(path, context.enable.load() == 1);
+    append_default_settings(path, context.enable.load(std::memory_order_relaxed) == 1);
 
     file = open_for_reading(path);
     if (!file) {
