@@ -1,0 +1,58 @@
+#include "core/number_text.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+namespace ruvo {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(Int32Of, ReadsTheNumberThatATextBeginsWith) {
+    struct Case {
+        std::string text;
+        std::int32_t expected;
+        const char* why;
+    };
+    const Case cases[] = {
+        {"", 0, "no text"},
+        {"abc", 0, "no number"},
+        {"-", 0, "a sign alone"},
+        {"3abc", 3, "what follows the number is ignored"},
+        {" \t12", 12, "leading blanks"},
+        {"+7", 7, "a plus sign"},
+        {"-5", -5, "a minus sign"},
+        {"- 5", 0, "a blank behind the sign ends the reading"},
+        {"010", 10, "a leading zero does not make it octal"},
+        {"0x10", 0, "nor does 0x make it hexadecimal"},
+        {"1.9", 1, "a fraction is not read"},
+        {"1\0002"s, 1, "a zero byte ends the text"},
+        {"12\r", 12, "the carriage return of a CRLF file"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(int32_of(c.text), c.expected) << c.why;
+}
+
+TEST(Int32Of, KeepsTheLowThirtyTwoBits) {
+    struct Case {
+        const char* text;
+        std::int32_t expected;
+        const char* why;
+    };
+    constexpr Case kCases[] = {
+        {"2147483647", 2147483647, "the largest"},
+        {"2147483648", INT_MIN, "one more turns negative"},
+        {"-2147483648", INT_MIN, "the smallest"},
+        {"-2147483649", 2147483647, "one less turns positive"},
+        {"4294967295", -1, "all low bits set"},
+        {"4294967296", 0, "no low bit set"},
+        {"4294967297", 1, "bits above the 32 are dropped"},
+        {"99999999999999999999", -1, "strtol stops at its largest number"},
+        {"-99999999999999999999", 0, "and at its smallest"},
+    };
+    for (const Case& c : kCases) EXPECT_EQ(int32_of(c.text), c.expected) << c.why;
+}
+
+}  // namespace
+}  // namespace ruvo

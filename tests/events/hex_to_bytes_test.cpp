@@ -1,0 +1,50 @@
+#include "events/hex_to_bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace ruvo {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(HexToBytes, DecodesTwoCharactersAtATimeAndNeverFails) {
+    struct Case {
+        std::string hex;
+        std::string bytes;
+        const char* why;
+    };
+    const Case cases[] = {
+        {"", "", "no text"},
+        {"4", "\x04", "a single digit is a byte"},
+        {"ABC", "\xAB\x0C", "a lone last digit is a whole byte"},
+        {"414", "A\x04", "a lone last digit is a whole byte"},
+        {"48656C6C6F", "Hello", "capital digits"},
+        {"48656c6c6f", "Hello", "small digits"},
+        {"00", "\0"s, "a zero byte"},
+        {"410042", "A\0B"s, "a zero byte inside"},
+        {"FF80", "\xFF\x80", "bytes above 127"},
+        {"G1", "\0"s, "a piece with no leading hex digit is zero"},
+        {"1G", "\x01", "a piece is read up to its first other character"},
+        {"zz", "\0"s, "no digits"},
+        {"z", "\0"s, "no digit in a lone last character"},
+        {" F", "\x0F", "a leading blank is passed over"},
+        {"\tF", "\x0F", "so is a tab"},
+        {"+F", "\x0F", "a plus sign"},
+        {"-1", "\xFF", "a minus sign: the low 8 bits count"},
+        {"-F", "\xF1", "a minus sign: the low 8 bits count"},
+        {"- ", "\0"s, "a sign alone"},
+        {"F ", "\x0F", "a trailing blank"},
+        {"0x41", "\0A"s, "the pair 0x reads as zero"},
+        {"0X41", "\0A"s, "in capitals too"},
+        {"41 42", "A\x04\x02", "blanks are no separators: they shift the pairs"},
+        {"41\r", "A\0"s, "the carriage return of a CRLF file is a piece of its own"},
+        {"\xC3\xA9", "\0"s, "letters outside ASCII are no digits"},
+        {"7B7B74696D657D7D", "{{time}}", "a macro"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(hex_to_bytes(c.hex), c.bytes) << c.why;
+}
+
+}  // namespace
+}  // namespace ruvo

@@ -1,0 +1,91 @@
+# The unit tests: each file tests the source of its name in the folder of its name.
+# What needs the daemon's fixed paths or ports (the *_world_test.cpp and the table of
+# messages) is a program of its own, which runs in a private world only.
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+add_library(ruvo_test_support STATIC
+  support/files.cpp
+  support/loopback.cpp
+  support/refused_calls.cpp
+  support/status_service.cpp
+  support/text.cpp
+  support/world.cpp)
+target_link_libraries(ruvo_test_support PUBLIC ruvo_core GTest::gtest)
+
+add_executable(ruvo_unit_tests
+  core/build_info_test.cpp
+  core/command_line_test.cpp
+  core/exception_text_test.cpp
+  core/file_test.cpp
+  core/line_reader_test.cpp
+  core/local_time_test.cpp
+  core/log_test.cpp
+  core/number_text_test.cpp
+  core/process_setup_test.cpp
+  core/published_test.cpp
+  core/text_cut_test.cpp
+  core/unique_fd_test.cpp
+  events/build_event_data_test.cpp
+  events/build_event_list_test.cpp
+  events/event_list_text_test.cpp
+  events/expand_data_test.cpp
+  events/find_event_test.cpp
+  events/hex_to_bytes_test.cpp
+  events/status_reply_test.cpp
+  events/unescape_data_test.cpp
+  execution/choose_sender_test.cpp
+  execution/decide_test.cpp
+  execution/due_times_test.cpp
+  execution/event_log_test.cpp
+  execution/event_queue_test.cpp
+  execution/sender_slots_test.cpp
+  execution/sender_thread_test.cpp
+  execution/server_context_test.cpp
+  net/command_request_test.cpp
+  net/connections_test.cpp
+  net/ipv4_address_test.cpp
+  net/sender_bodies_test.cpp
+  net/socket_timeouts_test.cpp
+  net/tcpclient_test.cpp
+  net/udpclient_test.cpp
+  platform/shell_test.cpp
+  settings/enable_switch_test.cpp
+  settings/mirrors_test.cpp
+  settings/settings_file_test.cpp
+  settings/settings_text_test.cpp
+  settings/split_key_test.cpp)
+target_link_libraries(ruvo_unit_tests PRIVATE ruvo_test_support GTest::gtest_main)
+# Most of the time of a test's compilation goes into this header.
+target_precompile_headers(ruvo_unit_tests PRIVATE <gtest/gtest.h>)
+gtest_discover_tests(ruvo_unit_tests
+  TEST_PREFIX unit.
+  DISCOVERY_MODE PRE_TEST
+  PROPERTIES TIMEOUT 120)
+
+add_executable(ruvo_world_tests
+  support/world_main.cpp
+  core/daemon_context_world_test.cpp
+  core/load_settings_world_test.cpp
+  core/log_world_test.cpp
+  core/messages_test.cpp
+  core/network_info_world_test.cpp
+  core/start_up_world_test.cpp
+  events/build_event_data_world_test.cpp
+  events/event_list_world_test.cpp
+  events/status_variables_world_test.cpp
+  execution/event_log_world_test.cpp
+  execution/event_queue_world_test.cpp
+  execution/executor_world_test.cpp
+  net/command_server_world_test.cpp
+  net/sender_bodies_world_test.cpp
+  net/tcpclient_world_test.cpp
+  settings/enable_switch_world_test.cpp
+  settings/mirrors_world_test.cpp
+  settings/settings_file_world_test.cpp)
+target_link_libraries(ruvo_world_tests PRIVATE ruvo_test_support)
+target_precompile_headers(ruvo_world_tests REUSE_FROM ruvo_unit_tests)
+add_test(NAME world.unit
+  COMMAND ruvo-world --keep "${CMAKE_SOURCE_DIR}" --keep "${CMAKE_BINARY_DIR}" --
+    $<TARGET_FILE:ruvo_world_tests>)
+set_tests_properties(world.unit PROPERTIES TIMEOUT 600)
