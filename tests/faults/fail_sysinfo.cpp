@@ -6,7 +6,7 @@
 
 #include "call_range.h"
 
-// The system's own header gives its exception specification.
+// The system's own header says that it throws nothing.
 extern "C" int sysinfo(struct sysinfo* info) noexcept {
     using Call = int (*)(struct sysinfo*);
     static const auto real = reinterpret_cast<Call>(dlsym(RTLD_NEXT, "sysinfo"));
