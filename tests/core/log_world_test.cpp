@@ -119,7 +119,7 @@ TEST_F(LogTest, TheRotationReplacesAnOlderCopy) {
 }
 
 TEST_F(LogTest, AFailedRenameResetsTheCountAllTheSame) {
-    std::filesystem::create_directories(std::string(test::kRotatedLog) + "/in the way");
+    std::filesystem::create_directories("/var/log/ruvo.log.1/in the way");
     LogSite site;
     site.written = kWritesPerRotation - 1;
     write(site, 1);

@@ -61,6 +61,7 @@ class MessagesTest : public test::DaemonTest {
     };
 
     MessagesTest() {
+        set_tool_answer("true\n");  // what reads settings asks again
         g_server_ctx = &server_;
         g_power_on_window_over = 1;
         server_.thread_ip[3] = {'1', '2', '7', '.', '0', '.', '0', '.', '1'};
@@ -176,7 +177,7 @@ TEST_F(MessagesTest, OfDebuggingReachOutputAlone) {
     g_debug_flag = 1;
     const Message messages[] = {
         {"[_system:156] Error: run false\n", [] { (void)_system("false"); }},
-        {"[renew_enable_event:700] enable event=0\n",
+        {"[renew_enable_event:700] enable event=1\n",
          [this] { (void)renew_enable_event(context_); }},
         {"[dump:733] dump _q_ruvo to /tmp/ruvo_hex.txt\n",
          [this] { (void)dump(context_, "/tmp/ruvo_hex.txt"); }},

@@ -71,6 +71,10 @@ def touch(path=SETTINGS):
     newer_than(path, path)
 
 
+def command_port_listens():
+    return re.search(r"0100007F:0A8C 00000000:0000 0A", text_of("/proc/net/tcp"))
+
+
 def request(data, port=COMMAND_PORT, timeout_s=DEADLINE_S):
     """Sends one request to the command port and returns the whole reply as bytes."""
     with socket.create_connection(("127.0.0.1", port), timeout=timeout_s) as connection:
@@ -411,7 +415,7 @@ class Device:
     def _accepts(daemon):
         assert daemon.running(), f"the daemon ended with {daemon.process.returncode}:\n{daemon.output()}"
         # The port's own line comes before bind; the socket table says when it listens.
-        return re.search(r"0100007F:0A8C 00000000:0000 0A", text_of("/proc/net/tcp"))
+        return command_port_listens()
 
     def end(self):
         """Stops whatever still runs and looks at what the sanitizers have reported."""
@@ -425,5 +429,7 @@ class Device:
                 process.stdout.close()
         for receiver in self._receivers:
             receiver.close()
+        # A shell command that was just being started shares its daemon's sockets until it is.
+        wait_until(lambda: not command_port_listens(), "the command port is free again")
         reports = [path.read_text(errors="replace") for path in sorted(REPORTS.glob("report*"))]
         assert not reports, "a sanitizer has reported:\n" + "\n".join(reports)

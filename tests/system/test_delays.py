@@ -144,25 +144,18 @@ def test_a_step_with_a_shorter_delay_overtakes_the_ones_before_it(device):
     assert [arrival.data for arrival in receiver.wait_for(3)] == [b"300 ms", b"600 ms", b"900 ms"]
 
 
-def test_steps_that_are_due_together_arrive_in_their_order(device):
-    """One common setting is 500, 0, 0 ms; a machine under load may still swap two now and then."""
+def test_steps_that_are_due_together_wait_100_us_more_each(device):
+    """That is what keeps them in order; what a busy machine makes of it is measured by scripts/bench."""
     receiver = device.udp_receiver()
-    names = [f"step {i:02}".encode() for i in range(16)]
-    steps = [(receiver.ip, receiver.port, "UDP", name, 0 if i else 300) for i, name in enumerate(names)]
+    steps = [(receiver.ip, receiver.port, "UDP", f"{i}".encode(), 0 if i else 300) for i in range(128)]
     device.write_settings(event("Lamp", *steps))
     device.start_daemon()
-    runs = []
-    for _ in range(10):
-        del receiver.arrivals[:]
-        start = time.monotonic()
-        trigger("Lamp")
-        arrivals = receiver.wait_for(16)
-        assert sorted(arrival.data for arrival in arrivals) == names
-        assert min(arrival.time_s for arrival in arrivals) - start >= 0.3
-        runs.append([arrival.data for arrival in arrivals])
-        if runs[-1] == names:
-            return
-    raise AssertionError(f"out of order every time: {runs}")
+    start = time.monotonic()
+    trigger("Lamp")
+    times = seconds_after(start, receiver.wait_for(128))
+    early = {name: at for name, at in times.items() if at < 0.3 + int(name) * 0.0001}
+    assert not early
+    assert len(times) == 128
 
 
 def test_the_debug_lines_show_the_configured_delay_of_steps_that_are_due_together(device):
