@@ -7,7 +7,7 @@ import signal
 import threading
 import time
 
-from harness import event, trigger, wait_until
+from harness import STATE, event, trigger, wait_until
 
 
 def seconds_after(start, arrivals):
@@ -144,18 +144,44 @@ def test_a_step_with_a_shorter_delay_overtakes_the_ones_before_it(device):
     assert [arrival.data for arrival in receiver.wait_for(3)] == [b"300 ms", b"600 ms", b"900 ms"]
 
 
+def recorded_steps(device, delays):
+    """Runs one event of such steps; returns each one's deadline (0: none) and sending time, in ns."""
+    receiver = device.udp_receiver()
+    path = STATE / "deadlines"
+    steps = [(receiver.ip, receiver.port, "UDP", f"{i}".encode(), delay) for i, delay in enumerate(delays)]
+    device.write_settings(event("Lamp", *steps))
+    device.start_daemon(preload=["record_deadlines.so"], environment={"RUVO_DEADLINES": str(path)})
+    trigger("Lamp")
+    receiver.wait_for(len(delays))
+    records = sorted((int(data), int(due), int(sent)) for due, sent, data in map(str.split, path.open()))
+    assert [step for step, _, _ in records] == list(range(len(delays)))
+    return [(due, sent) for _, due, sent in records]
+
+
+def test_every_step_waits_for_its_own_deadline_and_none_drifts(device):
+    steps = recorded_steps(device, [5] * 128)
+    first = steps[0][0]
+    assert [due - first for due, _ in steps] == [i * 5_000_000 for i in range(128)]
+    assert [sent - due for due, sent in steps if sent < due] == [], "sent before the deadline"
+
+
 def test_steps_that_are_due_together_wait_100_us_more_each(device):
     """That is what keeps them in order; what a busy machine makes of it is measured by scripts/bench."""
-    receiver = device.udp_receiver()
-    steps = [(receiver.ip, receiver.port, "UDP", f"{i}".encode(), 0 if i else 300) for i in range(128)]
-    device.write_settings(event("Lamp", *steps))
-    device.start_daemon()
-    start = time.monotonic()
-    trigger("Lamp")
-    times = seconds_after(start, receiver.wait_for(128))
-    early = {name: at for name, at in times.items() if at < 0.3 + int(name) * 0.0001}
-    assert not early
-    assert len(times) == 128
+    steps = recorded_steps(device, [300] + [0] * 127)
+    first = steps[0][0]
+    assert [due - first for due, _ in steps] == [i * 100_000 for i in range(128)]
+    assert [sent - due for due, sent in steps if sent < due] == [], "sent before the deadline"
+
+
+def test_steps_that_are_due_together_need_not_be_neighbours(device):
+    steps = recorded_steps(device, [300, 200, -200, 200, -200])
+    first = steps[0][0]
+    assert [due - first for due, _ in steps] == [0, 200_000_000, 100_000, 200_100_000, 200_000]
+
+
+def test_steps_without_a_delay_do_not_wait_for_each_other(device):
+    steps = recorded_steps(device, [0, 0, 0, -100, 50])
+    assert [due for due, _ in steps] == [0, 0, 0, 0, 0]
 
 
 def test_the_debug_lines_show_the_configured_delay_of_steps_that_are_due_together(device):
