@@ -607,8 +607,9 @@ def test_current_directory_stays_visible(folder_in_tmp):
 
 def test_current_directory_that_is_covered_is_the_private_one():
     name = f"ruvo-devkit-test-{os.getpid()}"
-    assert output(WORLD, "sh", "-c", f"pwd; echo x > new; {LS} /tmp", cwd="/tmp") == "/tmp\nnew\n"
-    assert not os.path.exists("/tmp/new")
+    script = f"pwd; echo x > {name}; {LS} /tmp"
+    assert output(WORLD, "sh", "-c", script, cwd="/tmp") == f"/tmp\n{name}\n"
+    assert not os.path.exists(f"/tmp/{name}")
 
 
 def test_only_what_is_kept_is_visible(folder_in_tmp):

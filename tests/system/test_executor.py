@@ -1,8 +1,10 @@
 """What the executor decides for a due record, and how it starts senders."""
 
+import errno
 import re
 
 from event_log import log_without_times
+from fault_orders import LIBRARY, CallOrders
 from harness import LOG, event, request, text_of, trigger, wait_until
 from process import change_settings
 
@@ -272,6 +274,25 @@ def test_an_event_runs_when_the_switch_is_on_again_at_its_due_time(device):
     device.enable(True)
     change_settings()
     assert [arrival.data for arrival in receiver.wait_for(1)] == [b"lamp"]
+
+
+def test_a_pass_that_needs_more_memory_than_there_is_costs_itself_and_a_line(device):
+    """The records behind it run in a later pass."""
+    receiver = device.udp_receiver()
+    device.status_items("long:" + "v" * 2000 + "\n" + "".join(f"item{i}:{i}\n" for i in range(6)))
+    device.write_settings(
+        event("Huge", ("1.2.3.4", "5", "none", b"{{long}}" * 110), delay=2)
+        + event("Lamp", (receiver.ip, receiver.port, "UDP", b"lamp"), delay=2)
+    )
+    orders = CallOrders(device)
+    daemon = device.start_daemon(preload=[LIBRARY, "fail_big_allocations.so"])
+    trigger("Huge")
+    trigger("Lamp")
+    orders.fail("big_allocation", errno.ENOMEM)
+    assert [arrival.data for arrival in receiver.wait_for(1)] == [b"lamp"]
+    assert orders.failures_left("big_allocation") == 0
+    [line] = re.findall(r"Error: \[handle_q_event:\d+\] .*\n", daemon.output())
+    assert "std::bad_alloc" in line and line in text_of(LOG)
 
 
 def test_the_debug_lines_of_a_tcp_step(device):
