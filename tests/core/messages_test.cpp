@@ -24,6 +24,7 @@
 #include "tests/support/loopback.h"
 #include "tests/support/output.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/text.h"
 #include "tests/support/waiting.h"
 #include "tests/support/world.h"
 
@@ -37,7 +38,6 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <regex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -166,9 +166,9 @@ TEST_F(MessagesTest, OfAStaleRecordTellsTheTimes) {
     stale.t_ns_cread = -61 * kSecond;
     stale.t_ns_exec = -7;
     const std::string output = output_of({"", [&] { run_record(stale); }});
-    EXPECT_TRUE(std::regex_match(
-        output, std::regex("\\[exec_event:797\\] Error cannot send sys event=X, run event=E, "
-                           "now=[0-9]+, t_exec=-7, sub cmd size=1\n")))
+    EXPECT_TRUE(test::matches(output,
+                              "\\[exec_event:797\\] Error cannot send sys event=X, run event=E, "
+                              "now=[0-9]+, t_exec=-7, sub cmd size=1\n"))
         << output;
     EXPECT_EQ(log(), output);
 }
@@ -270,8 +270,7 @@ TEST_F(MessagesTest, OfAFailedSendTellItsResult) {
 
 // The lines of a run, with the reading of the clock taken out.
 std::string without_clock(const std::string& text) {
-    static const std::regex clock("now=[0-9]+, t_exec=[0-9]+");
-    return std::regex_replace(text, clock, "now=, t_exec=");
+    return test::replaced(text, "now=[0-9]+, t_exec=[0-9]+", "now=, t_exec=");
 }
 
 TEST_F(MessagesTest, OfDebuggingTellEachStepOfARun) {

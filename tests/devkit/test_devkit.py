@@ -256,9 +256,21 @@ def test_parallel_writers_lose_nothing(store):
     assert stored == {f"w{i}": {f"k{k + 1}": True for k in range(updates)} for i in range(writers)}
 
 
+# Long enough for a store to be caught half written.
+FILLER = {f"key{i}": "x" * 1000 for i in range(500)}
+
+
+def test_reader_sees_only_whole_stores(store):
+    store.write_text(json.dumps(FILLER))
+    loop = f"for k in $(seq 20); do {TOOL} --store {store} set boolean k$k=true || exit 1; done"
+    with subprocess.Popen(["sh", "-c", loop]) as writer:
+        while writer.poll() is None:
+            assert json.loads(store.read_text()).items() >= FILLER.items()
+    assert writer.returncode == 0
+
+
 def test_killed_writer_leaves_a_whole_store(store):
-    filler = {f"key{i}": "x" * 1000 for i in range(500)}  # long enough to be caught half written
-    store.write_text(json.dumps(filler))
+    store.write_text(json.dumps(FILLER))
     done = {}
     killed = 0
     for i in range(60):
@@ -269,11 +281,11 @@ def test_killed_writer_leaves_a_whole_store(store):
         if writer.returncode == 0:
             done[f"k{i}"] = True
         stored = json.loads(store.read_text())
-        assert stored.items() >= {**filler, **done}.items()
-        done = {key: value for key, value in stored.items() if key not in filler}
+        assert stored.items() >= {**FILLER, **done}.items()
+        done = {key: value for key, value in stored.items() if key not in FILLER}
     assert killed > 0
     put(store, "last=true")
-    assert json.loads(store.read_text()) == {**filler, **done, "last": True}
+    assert json.loads(store.read_text()) == {**FILLER, **done, "last": True}
 
 
 # --- ruvo-status-service
@@ -775,9 +787,9 @@ def test_interactive_shell_works_and_gives_the_terminal_back():
         wait_until(lambda: os.tcgetpgrp(master) == child)
         os.write(master, b"hello\n")
         read_terminal(master, b"got-hello")
+        assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
     finally:
         os.close(master)
-    assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
 
 
 @needs_root

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 
 namespace ruvo {
 namespace {
@@ -19,10 +18,10 @@ class EventLogTest : public test::WorldTest {};
 
 TEST_F(EventLogTest, ALineBeginsWithTheLocalTimeAndTwoBlanks) {
     write_event_log("192.0.2.1:9000 UDP Hello\n");
-    const std::regex expected(
+    const std::string expected =
         "[0-9]{4}-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{3}  "
-        "192\\.0\\.2\\.1:9000 UDP Hello\n");
-    EXPECT_TRUE(std::regex_match(test::text_of(kEventLog), expected)) << test::text_of(kEventLog);
+        "192\\.0\\.2\\.1:9000 UDP Hello\n";
+    EXPECT_TRUE(test::matches(test::text_of(kEventLog), expected)) << test::text_of(kEventLog);
 }
 
 TEST_F(EventLogTest, ALineIsAppendedWhole) {

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <regex>
 #include <string>
 
 namespace ruvo {
@@ -127,11 +126,11 @@ TEST_F(StatusSenderTest, UdpTellsItsSlotOnceWhileDebugging) {
     g_debug_flag = 1;
     const std::string output =
         test::output_of([this] { (void)run(udpclient_getStatus_thread, receiver_.port(), 7ns); });
-    EXPECT_TRUE(std::regex_match(
-        output, std::regex("\\[udpclient_getStatus_thread:[0-9]+\\] 127\\.0\\.0\\.1 "
-                           "data=\\[4\\]slot, sleep for=7\n"
-                           "\\[tcpclient:[0-9]+\\] send\\[9\\] getStatus\n"
-                           "\\[udpclient:[0-9]+\\] send x\n")))
+    EXPECT_TRUE(test::matches(output,
+                              "\\[udpclient_getStatus_thread:[0-9]+\\] 127\\.0\\.0\\.1 "
+                              "data=\\[4\\]slot, sleep for=7\n"
+                              "\\[tcpclient:[0-9]+\\] send\\[9\\] getStatus\n"
+                              "\\[udpclient:[0-9]+\\] send x\n"))
         << output;
 }
 
@@ -141,10 +140,10 @@ TEST_F(StatusSenderTest, TcpTellsItsDelayWhileDebugging) {
     g_debug_flag = 1;
     const std::string output =
         test::output_of([&] { (void)run(tcpclient_getStatus_thread, peer.port(), 7ns); });
-    EXPECT_TRUE(
-        std::regex_match(output, std::regex("\\[tcpclient_getStatus_thread:[0-9]+\\] sleep for=7\n"
-                                            "\\[tcpclient:[0-9]+\\] send\\[9\\] getStatus\n"
-                                            "\\[tcpclient:[0-9]+\\] send\\[1\\] x\n")))
+    EXPECT_TRUE(test::matches(output,
+                              "\\[tcpclient_getStatus_thread:[0-9]+\\] sleep for=7\n"
+                              "\\[tcpclient:[0-9]+\\] send\\[9\\] getStatus\n"
+                              "\\[tcpclient:[0-9]+\\] send\\[1\\] x\n"))
         << output;
 }
 

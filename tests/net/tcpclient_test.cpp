@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -215,8 +214,7 @@ TEST_F(TcpClientTest, TellsLengthAndDataWhileDebugging) {
     g_debug_flag = 1;
     test::TcpPeer peer([](int connection) { test::send_bytes(connection, "OK"); });
     const std::string output = test::output_of([&] { EXPECT_EQ(call(peer.port(), "ab\0cd"s), 5); });
-    EXPECT_TRUE(std::regex_match(output, std::regex("\\[tcpclient:[0-9]+\\] send\\[5\\] ab\n")))
-        << output;
+    EXPECT_TRUE(test::matches(output, "\\[tcpclient:[0-9]+\\] send\\[5\\] ab\n")) << output;
 }
 
 }  // namespace

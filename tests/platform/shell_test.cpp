@@ -12,7 +12,6 @@
 
 #include <array>
 #include <cerrno>
-#include <regex>
 #include <string>
 
 namespace ruvo {
