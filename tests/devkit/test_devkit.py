@@ -337,6 +337,14 @@ def test_any_other_request_is_closed_without_an_answer(items, request_bytes):
         assert ask(connect, request_bytes) == b""
 
 
+def test_carriage_return_that_comes_late_resets_nothing(items):
+    with status_service(items) as connect, connect() as connection:
+        connection.sendall(b"getStatus")
+        assert receive_all(connection) == REPLY
+        for _ in range(2):  # the first one provokes the reset, the second one meets it
+            connection.sendall(b"\r")
+
+
 def test_request_cut_short_is_closed(items):
     with status_service(items) as connect, connect() as connection:
         connection.sendall(b"getStat")

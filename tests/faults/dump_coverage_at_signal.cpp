@@ -10,7 +10,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "next_call.h"
+
 namespace {
+
+// A library that counts or fails the daemon's own threads comes before this one and
+// does not see this thread.
+using CreateThread = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+constinit NextCall<CreateThread> create_thread("pthread_create");
 
 sem_t signal_came;
 volatile bool ends_by_signal = false;
@@ -29,7 +36,7 @@ __attribute__((constructor)) void prepare() {
     if (std::strcmp(program_invocation_short_name, "ruvotcpd") != 0) return;
     sem_init(&signal_came, 0, 0);
     pthread_t thread;
-    if (pthread_create(&thread, nullptr, exit_after_signal, nullptr) != 0) return;
+    if (create_thread.get()(&thread, nullptr, exit_after_signal, nullptr) != 0) return;
     pthread_detach(thread);
     struct sigaction action = {};
     action.sa_handler = note_signal;
