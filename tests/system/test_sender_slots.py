@@ -50,12 +50,12 @@ def test_a_finished_slot_is_freed_on_the_way_and_not_taken_in_the_same_scan(devi
 
 
 def test_the_513th_send_is_dropped_and_a_finished_slot_is_only_freed_by_the_next_one(device):
-    """512 senders at once: the first of them ends early, the others wait out 8 seconds."""
+    """512 senders at once: the first of them ends early, the others wait out 16 seconds."""
     receivers = [device.udp_receiver() for _ in range(4)]
     extra = device.udp_receiver()
     settings = IDLE_EVENT + event("Extra", (extra.ip, extra.port, "UDP", b"extra"))
     for number, receiver in enumerate(receivers):
-        delays = [4000, 4000] if number == 0 else [8000, 0]
+        delays = [8000, 8000] if number == 0 else [16000, 0]
         steps = [
             (receiver.ip, receiver.port, "UDP", f"{number}-{i}".encode(), delay)
             for i, delay in enumerate(delays + [0] * 126)
