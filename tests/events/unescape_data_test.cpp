@@ -56,6 +56,7 @@ TEST(ReplaceAll, SearchesAgainFromTheStartUntilNothingIsLeft) {
         {"aabb", "ab", "", "", "also those that a replacement completes"},
         {"abcabc", "abc", "", "", "removed"},
         {"aaXbb", "aXb", "X", "X", "completed to the left and to the right"},
+        {"aab", "ab", "b", "b", "completed by the last character of a replacement"},
         {"a\0a"s, "\0"s, "-", "a-a", "a zero byte is a byte"},
         {"ab", "abc", "x", "ab", "a pattern longer than the text"},
     };

@@ -104,13 +104,13 @@ def test_other_steps_and_events_go_on_while_the_table_is_full(device):
         "Later",
         (receiver.ip, receiver.port, "UDP", b"lost"),
         (receiver.ip, receiver.port, "UDP", b"later"),
-        delay=9,
+        delay=19,
     )
     for number in range(4):
         steps = [(receiver.ip, receiver.port, "UDP", b"on", 1) for _ in range(126)]
         settings += event(
             f"Many{number}x",
-            (receiver.ip, receiver.port, "UDP", b"on", 6000),
+            (receiver.ip, receiver.port, "UDP", b"on", 14000),
             *steps,
             (receiver.ip, receiver.port, "udp", b"needs no slot"),
         )
