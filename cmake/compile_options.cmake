@@ -11,6 +11,18 @@ target_compile_options(ruvo_options INTERFACE
 # Files beyond 2 GiB and times beyond 2038 where a long has 32 bits.
 target_compile_definitions(ruvo_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
+# Some 32-bit processors have their 64-bit atomics in a library of the compiler's.
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("
+  #include <atomic>
+  #include <cstdint>
+  std::atomic<std::int64_t> number;
+  int main() { return static_cast<int>(number.fetch_add(1)); }"
+  RUVO_ATOMICS_NEED_NO_LIBRARY)
+if(NOT RUVO_ATOMICS_NEED_NO_LIBRARY)
+  target_link_libraries(ruvo_options INTERFACE atomic)
+endif()
+
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(ruvo_options INTERFACE -Wthread-safety)
 endif()

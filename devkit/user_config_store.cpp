@@ -135,6 +135,8 @@ void set_value(ConfigTree& tree, const ConfigKey& key, const ConfigTree& value,
     *node = value;
 }
 
+}  // namespace
+
 bool is_utf8(std::string_view text) {
     try {
         (void)ConfigTree(text).dump();
@@ -143,8 +145,6 @@ bool is_utf8(std::string_view text) {
         return false;
     }
 }
-
-}  // namespace
 
 std::optional<ConfigKey> split_config_key(std::string_view dotted_key) {
     if (!is_utf8(dotted_key)) return std::nullopt;

@@ -21,6 +21,9 @@ class StoreError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// Whether JSON can hold the text.
+bool is_utf8(std::string_view text);
+
 // "a.b.c" as its components; nothing when the key or one of them is empty, or
 // when it is not UTF-8.
 std::optional<ConfigKey> split_config_key(std::string_view dotted_key);

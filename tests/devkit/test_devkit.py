@@ -17,32 +17,16 @@ from pathlib import Path
 
 import pytest
 
-DEVKIT = Path(os.environ["RUVO_DEVKIT_DIR"]).resolve()
-TOOL = str(DEVKIT / "userconfigtool")
-STATUS = str(DEVKIT / "ruvo-status-service")
-RECEIVER = str(DEVKIT / "ruvo-receiver")
-WORLD = str(DEVKIT / "ruvo-world")
+from programs import DEADLINE_S, DEVKIT, RECEIVER, STATUS, TOOL, WORLD, output, run
+
 PROGRAMS = [TOOL, STATUS, RECEIVER, WORLD]
 
 # Lists a folder of the world. A checkout that lies in a folder which the world
 # covers stays visible there; that is not what a test looks at.
 LS = f"ls -I '{DEVKIT.parts[2]}'"
 
-DEADLINE_S = 20
 NOBODY = 65534
 needs_root = pytest.mark.skipif(os.geteuid() != 0, reason="changes the user or its rights")
-
-
-def run(*command, **options):
-    return subprocess.run(command, capture_output=True, text=True, errors="replace",
-                          timeout=DEADLINE_S, **options)
-
-
-def output(*command, **options):
-    """The standard output of a command that must succeed."""
-    done = run(*command, **options)
-    assert (done.returncode, done.stderr) == (0, "")
-    return done.stdout
 
 
 @contextlib.contextmanager
@@ -119,173 +103,6 @@ def test_bad_arguments_are_usage_errors(arguments):
     done = run(*arguments)
     assert (done.returncode, done.stdout) == (2, "")
     assert "Usage: " in done.stderr
-
-
-# --- userconfigtool
-
-
-@pytest.fixture
-def store(tmp_path):
-    return tmp_path / "store.json"
-
-
-def config(store, *arguments):
-    return run(TOOL, "--store", str(store), *arguments)
-
-
-def get(store, assignment):
-    done = config(store, "get", "boolean", assignment)
-    assert (done.returncode, done.stderr) == (0, "")
-    return done.stdout
-
-
-def put(store, assignment):
-    done = config(store, "set", "boolean", assignment)
-    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
-
-
-@pytest.mark.parametrize("default", ["true", "false"])
-def test_missing_store_gives_the_default(store, default):
-    assert get(store, f"network.ruvo.enable={default}") == f"{default}\n"
-    assert not store.exists()
-
-
-@pytest.mark.parametrize("value, other", [("true", "false"), ("false", "true")])
-def test_stored_value_is_read_back(store, value, other):
-    put(store, f"network.ruvo.enable={value}")
-    assert get(store, f"network.ruvo.enable={other}") == f"{value}\n"
-    assert json.loads(store.read_text()) == {"network": {"ruvo": {"enable": value == "true"}}}
-
-
-def test_update_keeps_everything_else_in_its_order(store):
-    store.write_text('{"z": [1, 2.5, null], "network": {"name": "\\u00e9", "ruvo": {"enable": true}}}')
-    put(store, "network.ruvo.enable=false")
-    put(store, "a=true")
-    expected = {"z": [1, 2.5, None], "network": {"name": "é", "ruvo": {"enable": False}}, "a": True}
-    stored = json.loads(store.read_text())
-    assert stored == expected
-    assert list(stored) == list(expected)
-
-
-@pytest.mark.parametrize("text", ['{"a": {"b": "true"}}', '{"a": {"b": 1}}', '{"a": {"b": {}}}',
-                                  '{"a": true}', '{"a.b": true}', ""])
-def test_value_that_is_no_boolean_gives_the_default(store, text):
-    store.write_text(text)
-    assert get(store, "a.b=false") == "false\n"
-
-
-@pytest.mark.parametrize("text", ["{", "[]", "true", '{"a": tru}', "\0"])
-def test_corrupt_store_is_reported_and_never_overwritten(store, text):
-    store.write_text(text)
-    read = config(store, "get", "boolean", "a=true")
-    assert (read.returncode, read.stdout) == (0, "true\n")
-    assert str(store) in read.stderr
-    written = config(store, "set", "boolean", "a=true")
-    assert (written.returncode, written.stdout) == (1, "")
-    assert str(store) in written.stderr
-    assert store.read_text() == text
-
-
-@pytest.mark.parametrize("key", ["a.b.c", "a.b.c.d", "list.x", "section"])
-def test_key_across_another_kind_of_value_is_refused(store, key):
-    text = '{"a": {"b": "text"}, "list": [], "section": {"x": true}}'
-    store.write_text(text)
-    done = config(store, "set", "boolean", f"{key}=true")
-    assert done.returncode == 1
-    assert "object" in done.stderr
-    assert store.read_text() == text
-
-
-@pytest.mark.parametrize("arguments", [
-    [], ["get"], ["get", "boolean"], ["boolean", "get", "a=true"], ["get", "string", "a=true"],
-    ["set", "boolean", "a"], ["set", "boolean", "a="], ["set", "boolean", "a=1"],
-    ["set", "boolean", "a=TRUE"], ["set", "boolean", "a=true "], ["set", "boolean", "a=true\n"],
-    ["set", "boolean", "a=b=true"], ["set", "boolean", "=true"], ["set", "boolean", ""],
-    ["set", "boolean", ".a=true"], ["set", "boolean", "a.=true"], ["set", "boolean", "a..b=true"],
-    ["set", "boolean", b"\xff=true"], ["set", "boolean", "a=true", "b=true"],
-    ["remove", "boolean", "a=true"],
-])
-def test_bad_tool_arguments_leave_the_store_alone(store, arguments):
-    text = ' {"a":false}'
-    store.write_text(text)
-    done = config(store, *arguments)
-    assert (done.returncode, done.stdout) == (2, "")
-    assert "Usage: userconfigtool " in done.stderr
-    assert store.read_text() == text
-    assert os.listdir(store.parent) == [store.name]
-
-
-def test_environment_names_the_store_and_the_option_wins(tmp_path):
-    by_environment, by_option = tmp_path / "environment.json", tmp_path / "option.json"
-    environment = {**os.environ, "RUVO_USER_CONFIG": str(by_environment)}
-    output(TOOL, "set", "boolean", "a=true", env=environment)
-    output(TOOL, "--store", str(by_option), "set", "boolean", "b=true", env=environment)
-    assert json.loads(by_environment.read_text()) == {"a": True}
-    assert json.loads(by_option.read_text()) == {"b": True}
-
-
-def test_store_of_the_device_is_the_default():
-    environment = {name: value for name, value in os.environ.items() if name != "RUVO_USER_CONFIG"}
-    script = f"{TOOL} set boolean a=true && cat /mnt/configs/user_config.json"
-    assert json.loads(output(WORLD, "sh", "-c", script, env=environment)) == {"a": True}
-
-
-def test_missing_folders_are_made(tmp_path):
-    store = tmp_path / "one" / "two" / "store.json"
-    put(store, "a=true")
-    assert get(store, "a=false") == "true\n"
-
-
-def test_link_and_permissions_of_the_store_survive_an_update(tmp_path):
-    real, link = tmp_path / "real.json", tmp_path / "link.json"
-    real.write_text("{}")
-    real.chmod(0o600)
-    link.symlink_to(real)
-    put(link, "a=true")
-    assert link.is_symlink()
-    assert json.loads(real.read_text()) == {"a": True}
-    assert real.stat().st_mode & 0o777 == 0o600
-
-
-def test_parallel_writers_lose_nothing(store):
-    writers, updates = 8, 10
-    loop = f'for k in $(seq {updates}); do {TOOL} --store {store} set boolean $0.k$k=true || exit 1; done'
-    processes = [subprocess.Popen(["sh", "-c", loop, f"w{i}"]) for i in range(writers)]
-    assert [process.wait(DEADLINE_S) for process in processes] == [0] * writers
-    stored = json.loads(store.read_text())
-    assert stored == {f"w{i}": {f"k{k + 1}": True for k in range(updates)} for i in range(writers)}
-
-
-# Long enough for a store to be caught half written.
-FILLER = {f"key{i}": "x" * 1000 for i in range(500)}
-
-
-def test_reader_sees_only_whole_stores(store):
-    store.write_text(json.dumps(FILLER))
-    loop = f"for k in $(seq 20); do {TOOL} --store {store} set boolean k$k=true || exit 1; done"
-    with subprocess.Popen(["sh", "-c", loop]) as writer:
-        while writer.poll() is None:
-            assert json.loads(store.read_text()).items() >= FILLER.items()
-    assert writer.returncode == 0
-
-
-def test_killed_writer_leaves_a_whole_store(store):
-    store.write_text(json.dumps(FILLER))
-    done = {}
-    killed = 0
-    for i in range(60):
-        with subprocess.Popen([TOOL, "--store", store, "set", "boolean", f"k{i}=true"]) as writer:
-            time.sleep(i * 0.0002)  # another moment each time
-            writer.kill()
-        killed += writer.returncode == -signal.SIGKILL
-        if writer.returncode == 0:
-            done[f"k{i}"] = True
-        stored = json.loads(store.read_text())
-        assert stored.items() >= {**FILLER, **done}.items()
-        done = {key: value for key, value in stored.items() if key not in FILLER}
-    assert killed > 0
-    put(store, "last=true")
-    assert json.loads(store.read_text()) == {**FILLER, **done, "last": True}
 
 
 # --- ruvo-status-service

@@ -1,0 +1,94 @@
+"""What `cmake --install` puts where, and how a build is told of the device's library."""
+
+import os
+import pathlib
+import re
+import subprocess
+
+import pytest
+
+BUILD = os.environ["RUVO_BUILD_DIR"]
+SOURCE = os.environ["RUVO_SOURCE_DIR"]
+CMAKE = os.environ["RUVO_CMAKE"]
+
+DAEMON = {
+    "usr/sbin/ruvotcpd",
+    "usr/share/doc/ruvotcpd/CHANGELOG.md",
+    "usr/share/doc/ruvotcpd/LICENSE",
+    "usr/share/doc/ruvotcpd/README.md",
+    "usr/share/man/man8/ruvotcpd.8",
+}
+PAGES = {
+    f"usr/share/doc/ruvotcpd/docs/{path.name}" for path in pathlib.Path(SOURCE, "docs").glob("*.md")
+}
+DEVKIT = {
+    "usr/lib/ruvotcpd/libruvo_simulated_platform.so",
+    "usr/libexec/ruvotcpd/ruvo-receiver",
+    "usr/libexec/ruvotcpd/ruvo-status-service",
+    "usr/libexec/ruvotcpd/ruvo-world",
+    "usr/libexec/ruvotcpd/userconfigtool",
+}
+
+
+def install(folder, *options):
+    """Installs the build into a folder and returns the paths of its files."""
+    environment = {**os.environ, "DESTDIR": str(folder)}
+    subprocess.run(
+        [CMAKE, "--install", BUILD, "--prefix", "/usr", *options],
+        env=environment, check=True, stdout=subprocess.DEVNULL,
+    )
+    return {str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_file()}
+
+
+def configure(folder, *options):
+    return subprocess.run(
+        [CMAKE, "-S", SOURCE, "-B", folder, "-DRUVO_BUILD_DEVKIT=OFF", "-DRUVO_BUILD_TESTS=OFF", *options],
+        capture_output=True, text=True,
+    )
+
+
+def test_everything_lies_where_the_gnu_directories_say(tmp_path):
+    assert install(tmp_path) == DAEMON | PAGES | DEVKIT
+
+
+def test_the_daemon_can_be_installed_without_the_simulated_device(tmp_path):
+    assert install(tmp_path, "--component", "daemon") == DAEMON | PAGES
+
+
+def test_an_installed_daemon_finds_its_library_and_starts(tmp_path):
+    install(tmp_path)
+    done = subprocess.run([tmp_path / "usr/sbin/ruvotcpd", "-v"], capture_output=True, text=True)
+    assert (done.returncode, done.stderr) == (0, "")
+    assert re.fullmatch(r"ruvotcpd-V1\.4\.2-1\.generic Build: .* \+00:00\n", done.stdout)
+
+
+def test_an_installed_daemon_holds_no_folder_of_its_build(tmp_path):
+    install(tmp_path, "--component", "daemon")
+    assert BUILD.encode() not in (tmp_path / "usr/sbin/ruvotcpd").read_bytes()
+
+
+def test_a_build_without_a_library_says_so(tmp_path):
+    done = configure(tmp_path, "-DRUVO_PLATFORM_LIBRARY=none")
+    assert done.returncode == 0
+    assert "RUVO_PLATFORM_LIBRARY=none: __GET__ reads every value as empty\n" in done.stdout
+
+
+def test_a_build_for_a_device_asks_for_its_library(tmp_path):
+    done = configure(tmp_path)
+    assert done.returncode != 0
+    assert "-DRUVO_PLATFORM_LIBRARY=FILE" in done.stderr
+
+
+@pytest.mark.parametrize("library", ["/no/such/library.so", "folder/library.so"])
+def test_a_library_that_is_not_there_is_refused(tmp_path, library):
+    done = configure(tmp_path, f"-DRUVO_PLATFORM_LIBRARY={library}")
+    assert done.returncode != 0
+    assert f"linker's name: {library}" in re.sub(r"\s+", " ", done.stderr)
+
+
+def test_a_library_that_is_there_is_named(tmp_path):
+    library = tmp_path / "libplatform.a"
+    library.write_bytes(b"")
+    done = configure(tmp_path / "build", f"-DRUVO_PLATFORM_LIBRARY={library}")
+    assert done.returncode == 0
+    assert f"RUVO_PLATFORM_LIBRARY={library}: __GET__ asks this library\n" in done.stdout
