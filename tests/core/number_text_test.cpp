@@ -1,5 +1,7 @@
 #include "core/number_text.h"
 
+#include "tests/support/word_size.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -8,6 +10,7 @@
 namespace ruvo {
 namespace {
 
+using test::by_long;
 using namespace std::string_literals;
 
 TEST(Int32Of, ReadsTheNumberThatATextBeginsWith) {
@@ -37,19 +40,19 @@ TEST(Int32Of, ReadsTheNumberThatATextBeginsWith) {
 TEST(Int32Of, KeepsTheLowThirtyTwoBits) {
     struct Case {
         const char* text;
-        std::int32_t expected;
+        std::int64_t expected;
         const char* why;
     };
     constexpr Case kCases[] = {
         {"2147483647", 2147483647, "the largest"},
-        {"2147483648", INT_MIN, "one more turns negative"},
+        {"2147483648", by_long(INT_MIN, INT_MAX), "one more turns negative"},
         {"-2147483648", INT_MIN, "the smallest"},
-        {"-2147483649", 2147483647, "one less turns positive"},
-        {"4294967295", -1, "all low bits set"},
-        {"4294967296", 0, "no low bit set"},
-        {"4294967297", 1, "bits above the 32 are dropped"},
-        {"99999999999999999999", -1, "strtol stops at its largest number"},
-        {"-99999999999999999999", 0, "and at its smallest"},
+        {"-2147483649", by_long(INT_MAX, INT_MIN), "one less turns positive"},
+        {"4294967295", by_long(-1, INT_MAX), "all low bits set"},
+        {"4294967296", by_long(0, INT_MAX), "no low bit set"},
+        {"4294967297", by_long(1, INT_MAX), "bits above the 32 are dropped"},
+        {"99999999999999999999", by_long(-1, INT_MAX), "strtol stops at its largest number"},
+        {"-99999999999999999999", by_long(0, INT_MIN), "and at its smallest"},
     };
     for (const Case& c : kCases) EXPECT_EQ(int32_of(c.text), c.expected) << c.why;
 }

@@ -1,5 +1,7 @@
 #include "events/build_event_list.h"
 
+#include "tests/support/word_size.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -11,6 +13,7 @@
 namespace ruvo {
 namespace {
 
+using test::by_long;
 using Delays = std::vector<std::int64_t>;
 
 // An event-level record of the event E.
@@ -59,10 +62,26 @@ TEST(BuildEventList, MakesAsManyStepsAsTheCountSays) {
         {" 2", 2, "a leading blank"},
         {"+2", 2, "a plus sign"},
         {"2\r", 2, "the carriage return of a CRLF file"},
-        {"4294967298", 2, "the low 32 bits"},
     };
     for (const Case& c : kCases) {
         EXPECT_EQ(event_of(c.count, {}).subCommands.size(), c.steps) << c.why;
+    }
+}
+
+TEST(BuildEventList, ReadsACountAtTheWidthOfLongAndKeepsTheLow32Bits) {
+    struct Case {
+        const char* count;
+        std::int64_t steps;
+        const char* why;
+    };
+    constexpr Case kCases[] = {
+        {"2147483648", by_long(0, 128), "negative in 32 bits"},
+        {"4294967296", by_long(0, 128), "zero in 32 bits"},
+        {"4294967298", by_long(2, 128), "the low 32 bits"},
+    };
+    for (const Case& c : kCases) {
+        EXPECT_EQ(event_of(c.count, {}).subCommands.size(), static_cast<std::size_t>(c.steps))
+            << c.why;
     }
 }
 
@@ -77,8 +96,6 @@ TEST(BuildEventList, MakesNoEntryForACountBelowOne) {
         {"abc", "no number"},
         {"", "no value"},
         {"x3", "no number to begin with"},
-        {"2147483648", "negative in 32 bits"},
-        {"4294967296", "zero in 32 bits"},
     };
     for (const Case& c : kCases) {
         EXPECT_TRUE(build_event_list({of_event("Count", c.count)}).empty()) << c.why;
@@ -174,9 +191,7 @@ TEST(BuildEventList, ReadsTheIndexAsTheLibraryDoes) {
         {"1 2", 1, "trailing text"},
         {"0x1", 0, "base 10 ends at the x"},
         {"-1", -1, "wraps around to the largest number"},
-        {"4294967296", 0, "the low 32 bits"},
-        {"4294967297", 1, "the low 32 bits"},
-        {"18446744073709551615", -1, "the largest number"},
+        {"4294967295", -1, "the largest 32-bit number"},
         {"-4294967295", 1, "a sign and the low 32 bits"},
     };
     for (const Case& c : kCases) {
@@ -185,6 +200,22 @@ TEST(BuildEventList, ReadsTheIndexAsTheLibraryDoes) {
         EXPECT_EQ(entry.subCommands[0].port, c.step == 0 ? "9" : "") << c.why;
         EXPECT_EQ(entry.subCommands[1].port, c.step == 1 ? "9" : "") << c.why;
     }
+}
+
+// The step's port behind a record with this index, or the text of what it throws.
+std::string port_of_step_1(const char* index) {
+    try {
+        return event_of("2", {of_step("Port", index, "9")}).subCommands[1].port;
+    } catch (const std::out_of_range& error) {
+        return error.what();
+    }
+}
+
+TEST(BuildEventList, ReadsTheIndexAtTheWidthOfLongAndKeepsTheLow32Bits) {
+    constexpr bool kWide = sizeof(long) == 8;
+    EXPECT_EQ(port_of_step_1("4294967296"), kWide ? "" : "stoul") << "0 in 32 bits";
+    EXPECT_EQ(port_of_step_1("4294967297"), kWide ? "9" : "stoul") << "1 in 32 bits";
+    EXPECT_EQ(port_of_step_1("18446744073709551615"), kWide ? "" : "stoul") << "-1 in 32 bits";
 }
 
 TEST(BuildEventList, IgnoresAnIndexAtTheCapOfSubCommands) {
@@ -237,7 +268,7 @@ TEST(BuildEventList, DoesNotReadTheIndexOfAnEventWithoutAnEntry) {
 TEST(BuildEventList, ReadsTheEventsDelayInSeconds) {
     struct Case {
         const char* value;
-        std::int32_t delay;
+        std::int64_t delay;
         const char* why;
     };
     constexpr Case kCases[] = {
@@ -247,8 +278,8 @@ TEST(BuildEventList, ReadsTheEventsDelayInSeconds) {
         {"2s", 2, "the number that it begins with"},
         {"abc", 0, "no number"},
         {"", 0, "no value"},
-        {"2147483648", INT_MIN, "the low 32 bits"},
-        {"99999999999", 1215752191, "the low 32 bits"},
+        {"2147483648", by_long(INT_MIN, INT_MAX), "the low 32 bits"},
+        {"99999999999", by_long(1215752191, INT_MAX), "the low 32 bits"},
     };
     for (const Case& c : kCases) {
         EXPECT_EQ(event_of("1", {of_event("Delay", c.value)}).delay, c.delay) << c.why;
@@ -268,8 +299,9 @@ TEST(BuildEventList, ReadsAStepsDelayInMilliseconds) {
         {"100ms", 100'000'000, "the number that it begins with"},
         {"abc", 0, "no number"},
         {"2147483647", 2'147'483'647'000'000, "the largest needs more than 32 bits"},
-        {"2147483648", -2'147'483'648'000'000, "the low 32 bits before they become nanoseconds"},
-        {"4294967297", 1'000'000, "the low 32 bits"},
+        {"2147483648", by_long(-2'147'483'648'000'000, 2'147'483'647'000'000),
+         "the low 32 bits before they become nanoseconds"},
+        {"4294967297", by_long(1'000'000, 2'147'483'647'000'000), "the low 32 bits"},
     };
     for (const Case& c : kCases) {
         const EventEntry entry = event_of("1", {of_step("Delay", "0", c.value)});

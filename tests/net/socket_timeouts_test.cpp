@@ -4,22 +4,28 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace ruvo {
 namespace {
 
-timeval timeout_of(const UniqueFd& socket, int option) {
+// Nothing where the system answers with anything but a whole time, as an emulator does
+// that does not know the option's 64-bit form.
+std::optional<timeval> timeout_of(const UniqueFd& socket, int option) {
     timeval timeout{.tv_sec = -1, .tv_usec = -1};
     socklen_t length = sizeof timeout;
     (void)::getsockopt(socket.get(), SOL_SOCKET, option, &timeout, &length);
-    return timeout;
+    return length == sizeof timeout ? std::optional(timeout) : std::nullopt;
 }
 
 TEST(SocketTimeouts, BoundBothDirectionsToTwoSeconds) {
     const UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     set_socket_timeouts(socket.get());
     for (const int option : {SO_SNDTIMEO, SO_RCVTIMEO}) {
-        EXPECT_EQ(timeout_of(socket, option).tv_sec, 2);
-        EXPECT_EQ(timeout_of(socket, option).tv_usec, 0);
+        const auto timeout = timeout_of(socket, option);
+        if (!timeout) GTEST_SKIP() << "time-outs can't be read here";
+        EXPECT_EQ(timeout->tv_sec, 2);
+        EXPECT_EQ(timeout->tv_usec, 0);
     }
 }
 

@@ -70,6 +70,7 @@ TEST_F(ShellTest, SystemWaitsForTheCommand) {
 }
 
 TEST_F(ShellTest, SystemFailsWhenNoProcessCanBeStarted) {
+    if (!test::can_refuse_calls()) GTEST_SKIP() << "no call can be refused here";
     test::run_refused({SYS_clone, SYS_clone3, SYS_vfork, SYS_fork}, EAGAIN,
                       [] { EXPECT_EQ(_system("true"), -1); });
 }
@@ -83,6 +84,7 @@ TEST_F(ShellTest, OpenCommandGivesNothingForASilentCommand) {
 }
 
 TEST_F(ShellTest, OpenCommandIsEmptyWhenNoProcessCanBeStarted) {
+    if (!test::can_refuse_calls()) GTEST_SKIP() << "no call can be refused here";
     test::run_refused({SYS_clone, SYS_clone3, SYS_vfork, SYS_fork}, EAGAIN,
                       [] { EXPECT_FALSE(open_command("true")); });
 }

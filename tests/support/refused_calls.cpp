@@ -57,6 +57,11 @@ void drop_file_rights_of_this_thread() {
 
 }  // namespace
 
+bool can_refuse_calls() {
+    const std::uint32_t action = SECCOMP_RET_ERRNO;
+    return ::syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0, &action) == 0;
+}
+
 void run_refused(const std::vector<long>& system_calls, int error,
                  const std::function<void()>& task) {
     std::thread([&] {

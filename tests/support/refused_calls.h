@@ -5,6 +5,10 @@
 
 namespace ruvo::test {
 
+// Whether this system lets a thread refuse itself system calls; an emulated processor
+// does not. A test that needs this skips itself where it is missing.
+bool can_refuse_calls();
+
 // Runs a task in a thread of its own for which the kernel refuses the given system
 // calls (numbers of <sys/syscall.h>) with an errno value, and waits for its end.
 // The rest of the process is served as ever.
