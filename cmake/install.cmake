@@ -14,13 +14,14 @@ if(TARGET userconfigtool AND NOT RUVO_DEVKIT_FROM)
   install(TARGETS userconfigtool ruvo-status-service ruvo-receiver ruvo-world
     RUNTIME DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}/ruvotcpd" COMPONENT devkit)
   if(NOT RUVO_STATIC)
-    set(library_folder "${CMAKE_INSTALL_LIBDIR}/ruvotcpd")
-    install(TARGETS ruvo_simulated_platform LIBRARY DESTINATION "${library_folder}"
-      COMPONENT devkit)
+    set(component devkit)
     if(RUVO_PLATFORM_LIBRARY STREQUAL "simulated")
+      set(component daemon)  # which does not start without it
       file(RELATIVE_PATH from_daemon
         "${CMAKE_INSTALL_FULL_SBINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}/ruvotcpd")
       set_target_properties(ruvotcpd PROPERTIES INSTALL_RPATH "$ORIGIN/${from_daemon}")
     endif()
+    install(TARGETS ruvo_simulated_platform
+      LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/ruvotcpd" COMPONENT "${component}")
   endif()
 endif()

@@ -2,6 +2,7 @@
 
 #include "platform/json_token.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 

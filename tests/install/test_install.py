@@ -17,12 +17,13 @@ DAEMON = {
     "usr/share/doc/ruvotcpd/LICENSE",
     "usr/share/doc/ruvotcpd/README.md",
     "usr/share/man/man8/ruvotcpd.8",
+    # The library that this build's daemon asks.
+    "usr/lib/ruvotcpd/libruvo_simulated_platform.so",
 }
 PAGES = {
     f"usr/share/doc/ruvotcpd/docs/{path.name}" for path in pathlib.Path(SOURCE, "docs").glob("*.md")
 }
 DEVKIT = {
-    "usr/lib/ruvotcpd/libruvo_simulated_platform.so",
     "usr/libexec/ruvotcpd/ruvo-receiver",
     "usr/libexec/ruvotcpd/ruvo-status-service",
     "usr/libexec/ruvotcpd/ruvo-world",
@@ -56,7 +57,7 @@ def test_the_daemon_can_be_installed_without_the_simulated_device(tmp_path):
 
 
 def test_an_installed_daemon_finds_its_library_and_starts(tmp_path):
-    install(tmp_path)
+    install(tmp_path, "--component", "daemon")
     done = subprocess.run([tmp_path / "usr/sbin/ruvotcpd", "-v"], capture_output=True, text=True)
     assert (done.returncode, done.stderr) == (0, "")
     assert re.fullmatch(r"ruvotcpd-V1\.4\.2-1\.generic Build: .* \+00:00\n", done.stdout)
