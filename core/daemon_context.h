@@ -35,8 +35,11 @@ struct DaemonContext {
     Published<StatusVariables> statusVariables;
     Mutex status_file_guard;
 
-    // 1: events are sent; 0: events are skipped. Any thread.
+    // 1: events are sent; 0: events are skipped. Read by any thread, without the guard.
     std::atomic<std::uint32_t> enable{0};
+    // Held while the switch and the user configuration are made equal, in either
+    // direction: an answer that is older than a command never overwrites it.
+    Mutex enable_guard;
 
     // The address in dotted form, empty until known, and its interface. Main thread.
     std::string localIp;

@@ -12,8 +12,8 @@ struct LogSite {
 };
 
 // The operations below format as printf does, may be called by any thread, never
-// fail towards their caller and leave errno alone. Every message is one write on
-// each output, so messages of different threads do not mix within a line.
+// fail towards their caller and leave errno alone. Every message goes to each output
+// whole, so it is never found inside another one.
 
 // Writes to standard output, then appends to /var/log/ruvo.log, which is opened
 // and closed for the message. The site's 20000th message in the file renames the

@@ -5,7 +5,7 @@
 
 int main(int argc, char* argv[]) {
     ruvo::set_up_process();
-    ruvo::parse_command_line(argc, argv);
+    if (ruvo::parse_command_line(argc, argv)) return 0;
     ruvo::print_version_line();
     ruvo::prepare_directories();
     ruvo::write_pid_file();

@@ -18,6 +18,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <new>
 #include <string>
 #include <system_error>

@@ -12,7 +12,7 @@ namespace ruvo {
 
 // What macros stand for at one moment.
 struct MacroValues {
-    std::shared_ptr<const StatusVariables> status_variables;
+    std::shared_ptr<const StatusVariables> status_variables;  // never null when expanded
     std::tm local_time{};
     std::int64_t uptime_s = 0;
 };

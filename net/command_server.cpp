@@ -7,6 +7,7 @@
 #include "core/text_cut.h"
 #include "core/unique_fd.h"
 #include "execution/event_queue.h"
+#include "net/command_handling.h"
 #include "net/command_request.h"
 #include "net/connections.h"
 #include "net/ipv4_address.h"
@@ -20,6 +21,8 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -110,7 +113,10 @@ void handle_request(ServerContext& server, int connection, std::string_view text
     static LogSite received;
     log_line(received, "[%s:%d] Recv[%d]:key=%s,value=%s", "handle_tcp_event", 1434,
              static_cast<int>(request.key.size()), request.key.c_str(), request.value.c_str());
-    if (is_command(request)) return;  // never looked up as an event, nor echoed
+    if (is_command(request)) {
+        (void)handle_tcp_command(connection, request.key, request.value);  // replies itself
+        return;
+    }
     send_reply(connection, handle_trigger(server, request));
 }
 

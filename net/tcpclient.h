@@ -15,7 +15,8 @@ inline constexpr std::int32_t kNotSent = -4;
 // within 2 seconds. Returns the number of bytes sent, kNoSocket, kNotConnected or
 // kNotSent; the last two are logged. Afterwards `reply` (at least one byte long)
 // holds zero-terminated text: the reply, or "(errno)text" of the step that failed,
-// the receiving included. Any thread; allocates nothing that it needs.
+// the receiving included. Any thread;
+// works without memory to spare.
 std::int32_t tcpclient(const char* ip, std::int32_t port, std::string_view data,
                        std::span<char> reply);
 

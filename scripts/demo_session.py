@@ -1,20 +1,32 @@
 """The demonstration, inside the private world that scripts/demo makes."""
 
+import argparse
 import json
 import os
 import pathlib
 import re
+import shlex
 import subprocess
 import sys
 import threading
 import time
+import typing
 
-BUILD = pathlib.Path(sys.argv[1]).resolve()
-DEVKIT = BUILD / "devkit"
-DAEMON = BUILD / "core" / "ruvotcpd"
-KEEP = "--keep" in sys.argv
-SUPPRESS_ONE = "--suppress-one" in sys.argv
 DEADLINE_S = 5
+
+
+def read_options():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("--daemon", help="the command that starts the daemon; else the build's own")
+    parser.add_argument("--keep", action="store_true")
+    parser.add_argument("--suppress-one", action="store_true")
+    return parser.parse_args()
+
+
+OPTIONS = read_options()
+DEVKIT = OPTIONS.build.resolve() / "devkit"
+DAEMON = shlex.split(OPTIONS.daemon or shlex.quote(str(OPTIONS.build.resolve() / "core" / "ruvotcpd")))
 
 STATUS_ITEMS = b"""\
 model:AV-100
@@ -82,33 +94,96 @@ REPORT = (
     b"model:AV-100\rinput:HDMI1\rpower:on\rvolume:42\rmute:off\rtemperature:38\rserial:0042\r"
 )
 
-# Trigger, and what must arrive: destination, protocol, bytes, milliseconds after the
-# event's first message (None: no delay configured, not compared).
-EVENTS = [
+# What the test settings hold: the event is run by a command, whatever the switch says.
+TEST_SETTINGS = b"""\
+LampCheckCount=1
+LampCheckIP0=10.1.2.3
+LampCheckPort0=5000
+LampCheckProtocol0=UDP
+LampCheckData0=6C616D7020636865636B206F6E207B7B6D6F64656C7D7D
+"""
+
+# One value of each type in the device's user configuration.
+USER_CONFIGURATION = [
+    ("boolean", "network.ruvo.enable=true"),
+    ("integer", "display.brightness=80"),
+    ("double", "display.gamma=2.2"),
+    ("string", "display.name=Lobby, left wall"),
+]
+
+
+class Message(typing.NamedTuple):
+    """One expected arrival."""
+
+    to: str
+    protocol: str
+    data: bytes  # a regular expression
+    after_ms: typing.Optional[int] = None  # after the event's first message; None: not compared
+
+
+class Step(typing.NamedTuple):
+    """One request, and all that has to come of it."""
+
+    request: bytes
+    reply: bytes
+    messages: typing.Sequence[Message] = ()
+    skipped: bool = False  # the event log has to say that nothing is sent
+    remark: str = ""
+
+
+SEQUENCE = [
+    Message("10.1.2.3:5000", "udp", rb"screen down", 0),
+    Message("10.1.2.3:5000", "udp", rb"projector on", 250),
+    Message("203.0.113.7:6000", "tcp", rb"input HDMI1", 650),
+    Message("10.1.2.3:5000", "udp", rb"lights off", 800),
+]
+POWER_ON = [
+    Message("10.1.2.3:5000", "udp", NOW + rb" up [4-9]\d s, on HDMI1\r\n"),
+    Message("203.0.113.7:6000", "tcp", rb"POWER AV-100 " + NOW + rb" [4-9]\d\r\n"),
+]
+STATUS = [
+    Message("198.51.100.9:6000", "tcp", re.escape(REPORT)),
+    Message("198.51.100.9:5000", "udp", re.escape(REPORT)),
+]
+LAMP_CHECK = [Message("10.1.2.3:5000", "udp", rb"lamp check on AV-100")]
+
+CHAPTERS = [
     (
-        b"Sequence\n",
+        "Events",
         [
-            ("10.1.2.3:5000", "udp", rb"screen down", 0),
-            ("10.1.2.3:5000", "udp", rb"projector on", 250),
-            ("203.0.113.7:6000", "tcp", rb"input HDMI1", 650),
-            ("10.1.2.3:5000", "udp", rb"lights off", 800),
+            Step(b"Sequence", b"Sequence\n", SEQUENCE),
+            Step(b"PowerOn", b"PowerOn\n", POWER_ON),
+            Step(b"Report", b"Report\n", STATUS),
+            Step(
+                b"DVIConnected", b"DVIConnected\n", skipped=True,
+                remark="nothing leaves: the system has been up for less than 120 s",
+            ),
         ],
     ),
     (
-        b"PowerOn\n",
+        "The switch: its reply always reads like an error",
         [
-            ("10.1.2.3:5000", "udp", NOW + rb" up [4-9]\d s, on HDMI1\r\n", None),
-            ("203.0.113.7:6000", "tcp", rb"POWER AV-100 " + NOW + rb" [4-9]\d\r\n", None),
+            Step(b"__SET__:network.ruvo.enable=0", b"Error: fail command:__SET__\n"),
+            Step(b"__GET__:network.ruvo.enable", b"network.ruvo.enable=0\n"),
+            Step(b"Sequence", b"Event Disabled, skip Sequence\n", remark="nothing leaves: events are off"),
+            Step(
+                b"__TEST__:LampCheck", b"call event LampCheck", LAMP_CHECK,
+                remark="a test event, from the test settings, is sent all the same",
+            ),
+            Step(b"__SET__:network.ruvo.enable=1", b"Error: fail command:__SET__\n"),
+            Step(b"PowerOn", b"PowerOn\n", POWER_ON),
         ],
     ),
     (
-        b"Report\n",
+        "Values of the user configuration: a boolean, an integer, a double, a text, a section",
         [
-            ("198.51.100.9:6000", "tcp", re.escape(REPORT), None),
-            ("198.51.100.9:5000", "udp", re.escape(REPORT), None),
+            Step(b"__GET__:network.ruvo.enable", b"network.ruvo.enable=1\n"),
+            Step(b"__GET__:display.brightness", b"display.brightness=80\n"),
+            Step(b"__GET__:display.gamma", b"display.gamma=2.200000\n"),
+            Step(b"__GET__:display.name", b"display.name=Lobby, left wall\n"),
+            Step(b"__GET__:display", b"display=\n", remark="a section has no text"),
         ],
     ),
-    (b"DVIConnected\n", []),
 ]
 
 
@@ -147,15 +222,21 @@ def start(command, **options):
     return subprocess.Popen([str(word) for word in command], **options)
 
 
+def write_settings(name, text):
+    path = pathlib.Path("/mnt/configs/ruvo") / name
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_bytes(text)
+
+
 def start_device():
     items = pathlib.Path("/tmp/status_items.txt")
     items.write_bytes(STATUS_ITEMS)
     service = start([DEVKIT / "ruvo-status-service", "--items", items], stdout=subprocess.PIPE)
     service.stdout.readline()
-    subprocess.run([DEVKIT / "userconfigtool", "set", "boolean", "network.ruvo.enable=true"], check=True)
-    settings = pathlib.Path("/mnt/configs/ruvo/ruvo.txt")
-    settings.parent.mkdir(parents=True, exist_ok=True)
-    settings.write_bytes(SETTINGS.replace(SUPPRESSED_LINE, b"") if SUPPRESS_ONE else SETTINGS)
+    for value_type, assignment in USER_CONFIGURATION:
+        subprocess.run([DEVKIT / "userconfigtool", "set", value_type, assignment], check=True)
+    write_settings("ruvo.txt", SETTINGS.replace(SUPPRESSED_LINE, b"") if OPTIONS.suppress_one else SETTINGS)
+    write_settings("ruvotest.txt", TEST_SETTINGS)
 
 
 def start_receiver():
@@ -169,7 +250,7 @@ def start_receiver():
 
 def start_daemon():
     """Starts ruvotcpd; returns once it has measured its uptime and answers."""
-    daemon = start([DAEMON], stdout=subprocess.PIPE)
+    daemon = start(DAEMON, stdout=subprocess.PIPE)
     log = pathlib.Path("/var/log/ruvo.log")
     listening = re.compile(r"0100007F:0A8C 00000000:0000 0A")
     ready = wait_until(
@@ -183,31 +264,35 @@ def start_daemon():
     threading.Thread(target=lambda: daemon.stdout.read(), daemon=True).start()
 
 
-def send_trigger(name):
+def send_request(text):
     """One connection, one request, one reply, as an installer would do it by hand."""
     shell = "printf '%s\\n' \"$1\" | nc -w 5 127.0.0.1 2700"
-    done = subprocess.run(["sh", "-c", shell, "sh", name.decode().rstrip("\n")], stdout=subprocess.PIPE)
+    done = subprocess.run(["sh", "-c", shell, "sh", text.decode()], stdout=subprocess.PIPE)
     return done.stdout
 
 
-def missing(expected, arrived):
-    """The expected messages that no arrival answers to."""
-    left = list(arrived)
-    result = []
-    for entry in expected:
-        to, protocol, pattern, _ = entry
-        for arrival in left:
-            data = bytes.fromhex(arrival["hex"])
-            if (arrival["to"], arrival["protocol"]) == (to, protocol) and re.fullmatch(pattern, data):
-                left.remove(arrival)
-                break
+def answers(message, arrival):
+    return (
+        (arrival["to"], arrival["protocol"]) == (message.to, message.protocol)
+        and re.fullmatch(message.data, bytes.fromhex(arrival["hex"])) is not None
+    )
+
+
+def compare(expected, arrived):
+    """The expected messages that did not arrive, and the arrivals that nobody expects."""
+    surplus = list(arrived)
+    absent = []
+    for message in expected:
+        found = next((arrival for arrival in surplus if answers(message, arrival)), None)
+        if found is None:
+            absent.append(message)
         else:
-            result.append(entry)
-    return result, left
+            surplus.remove(found)
+    return absent, surplus
 
 
 def print_spacing(expected, arrived):
-    planned = [entry[3] for entry in expected]
+    planned = [message.after_ms for message in expected]
     if not planned or None in planned or len(arrived) != len(expected):
         return
     first = arrived[0]["time_ns"]
@@ -228,28 +313,32 @@ def was_skipped(logged_before):
     return wait_until(lambda: logged().endswith(b"\n")) and b"  skip uptime=" in logged()
 
 
-def run_event(trigger, expected, arrivals):
-    print(f"\n$ printf '{trigger.decode().strip()}\\n' | nc 127.0.0.1 2700", flush=True)
+def run_step(step, arrivals):
+    print(f"\n$ printf '{step.request.decode()}\\n' | nc 127.0.0.1 2700", flush=True)
     begin = len(arrivals.items)
     logged_before = event_log()
     arrivals.trigger_ns = time.monotonic_ns()
-    reply = send_trigger(trigger)
+    reply = send_request(step.request)
     print(f"    reply {reply!r}", flush=True)
-    settled = True
-    if expected:
-        wait_until(lambda: len(arrivals.items) >= begin + len(expected))
-    elif settled := was_skipped(logged_before):
-        print("    nothing leaves: the system has been up for less than 120 s")
+    wait_until(lambda: len(arrivals.items) >= begin + len(step.messages))
+    settled = not step.skipped or was_skipped(logged_before)
+    if step.remark and settled:
+        print(f"    {step.remark}")
     arrived = arrivals.items[begin:]
-    absent, surplus = missing(expected, arrived)
-    print_spacing(expected, arrived)
-    for to, protocol, pattern, _ in absent:
-        print(f"    MISSING: {protocol.upper()} to {to}: {pattern!r}")
+    absent, surplus = compare(step.messages, arrived)
+    print_spacing(step.messages, arrived)
+    for message in absent:
+        print(f"    MISSING: {message.protocol.upper()} to {message.to}: {message.data!r}")
     for arrival in surplus:
         print(f"    NOT EXPECTED: {arrival}")
-    if reply != trigger:
-        print(f"    WRONG REPLY: expected {trigger!r}")
-    return settled and not absent and not surplus and reply == trigger
+    if reply != step.reply:
+        print(f"    WRONG REPLY: expected {step.reply!r}")
+    return settled and not absent and not surplus and reply == step.reply
+
+
+def run_chapter(title, steps, arrivals):
+    print(f"\n-- {title}")
+    return [run_step(step, arrivals) for step in steps]
 
 
 def show(title, path):
@@ -259,7 +348,8 @@ def show(title, path):
 
 
 def prompt():
-    print("\nThe device stays up. Type an event (PowerOn, Sequence, Report, DVIConnected) or quit.")
+    print("\nThe device stays up. Type an event (PowerOn, Sequence, Report, DVIConnected)")
+    print("or a command (__TEST__:LampCheck, __GET__:display.name), or quit.")
     while True:
         try:
             name = input("trigger> ").strip()
@@ -269,7 +359,7 @@ def prompt():
         if name in ("quit", "exit"):
             return
         if name:
-            print(f"    reply {send_trigger(name.encode())!r}", flush=True)
+            print(f"    reply {send_request(name.encode())!r}", flush=True)
 
 
 def main():
@@ -277,12 +367,12 @@ def main():
     start_device()
     arrivals = start_receiver()
     start_daemon()
-    results = [run_event(trigger, expected, arrivals) for trigger, expected in EVENTS]
+    results = [run_chapter(title, steps, arrivals) for title, steps in CHAPTERS]
     show("The event log", "/var/log/ruvoevent.log")
     show("The event list", "/tmp/ruvo_event_list.txt")
-    if KEEP:
+    if OPTIONS.keep:
         prompt()
-    if all(results):
+    if all(map(all, results)):
         print("\nEverything expected has arrived.")
         return 0
     print("\nNot everything expected has arrived.")

@@ -34,6 +34,7 @@ std::optional<bool> parse_switch(std::string_view tool_output) {
 }
 
 int renew_enable_event(DaemonContext& context) {
+    const Guard guard(context.enable_guard);
     if (const auto answer = ask_tool())
         context.enable.store(*answer ? 1 : 0, std::memory_order_relaxed);
     debug_line("[%s:%d] enable event=%d\n", "renew_enable_event", 700,

@@ -7,6 +7,7 @@ include(GoogleTest)
 add_library(ruvo_test_support STATIC
   support/files.cpp
   support/loopback.cpp
+  support/packet_pair.cpp
   support/refused_calls.cpp
   support/status_service.cpp
   support/text.cpp
@@ -15,6 +16,7 @@ target_link_libraries(ruvo_test_support PUBLIC ruvo_core GTest::gtest)
 
 add_executable(ruvo_unit_tests
   core/build_info_test.cpp
+  core/client_mode_test.cpp
   core/command_line_test.cpp
   core/exception_text_test.cpp
   core/file_test.cpp
@@ -43,6 +45,7 @@ add_executable(ruvo_unit_tests
   execution/sender_thread_test.cpp
   execution/server_context_test.cpp
   net/command_request_test.cpp
+  net/command_text_test.cpp
   net/connections_test.cpp
   net/ipv4_address_test.cpp
   net/sender_bodies_test.cpp
@@ -50,11 +53,20 @@ add_executable(ruvo_unit_tests
   net/tcpclient_test.cpp
   net/udpclient_test.cpp
   platform/shell_test.cpp
+  platform/user_config_test.cpp
   settings/enable_switch_test.cpp
   settings/mirrors_test.cpp
   settings/settings_file_test.cpp
   settings/settings_text_test.cpp
   settings/split_key_test.cpp)
+if(RUVO_PLATFORM_LIBRARY STREQUAL "none")
+  target_sources(ruvo_unit_tests PRIVATE platform/token_text_none_test.cpp)
+else()
+  # The program's own operations win over those of whatever library it links.
+  target_sources(ruvo_unit_tests PRIVATE
+    platform/token_text_test.cpp
+    support/stand_in_library.cpp)
+endif()
 target_link_libraries(ruvo_unit_tests PRIVATE ruvo_test_support GTest::gtest_main)
 # Most of the time of a test's compilation goes into this header.
 target_precompile_headers(ruvo_unit_tests PRIVATE <gtest/gtest.h>)
@@ -65,6 +77,7 @@ gtest_discover_tests(ruvo_unit_tests
 
 add_executable(ruvo_world_tests
   support/world_main.cpp
+  core/client_mode_world_test.cpp
   core/daemon_context_world_test.cpp
   core/load_settings_world_test.cpp
   core/log_world_test.cpp
@@ -77,12 +90,16 @@ add_executable(ruvo_world_tests
   execution/event_log_world_test.cpp
   execution/event_queue_world_test.cpp
   execution/executor_world_test.cpp
+  net/command_handling_world_test.cpp
   net/command_server_world_test.cpp
   net/sender_bodies_world_test.cpp
   net/tcpclient_world_test.cpp
   settings/enable_switch_world_test.cpp
   settings/mirrors_world_test.cpp
   settings/settings_file_world_test.cpp)
+if(RUVO_PLATFORM_LIBRARY STREQUAL "simulated")
+  target_sources(ruvo_world_tests PRIVATE platform/user_config_world_test.cpp)
+endif()
 target_link_libraries(ruvo_world_tests PRIVATE ruvo_test_support)
 target_precompile_headers(ruvo_world_tests REUSE_FROM ruvo_unit_tests)
 add_test(NAME world.unit

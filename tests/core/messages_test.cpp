@@ -2,6 +2,7 @@
 // are part of the product. What costs a request or a pass when memory runs out, and
 // what wants a second to begin between two readings, is told elsewhere.
 
+#include "core/client_mode.h"
 #include "core/daemon_context.h"
 #include "core/load_settings.h"
 #include "core/network_info.h"
@@ -12,17 +13,20 @@
 #include "execution/executor.h"
 #include "execution/sender_slots.h"
 #include "execution/server_context.h"
+#include "net/command_handling.h"
 #include "net/command_server.h"
 #include "net/sender_bodies.h"
 #include "net/tcpclient.h"
 #include "net/udpclient.h"
 #include "platform/shell.h"
+#include "platform/user_config.h"
 #include "settings/enable_switch.h"
 #include "settings/mirrors.h"
 #include "settings/settings_file.h"
 #include "tests/support/files.h"
 #include "tests/support/loopback.h"
 #include "tests/support/output.h"
+#include "tests/support/packet_pair.h"
 #include "tests/support/refused_calls.h"
 #include "tests/support/text.h"
 #include "tests/support/waiting.h"
@@ -50,6 +54,7 @@ using std::chrono::nanoseconds;
 
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr char kSettings[] = "/mnt/configs/ruvo/ruvo.txt";
+constexpr char kTestSettings[] = "/mnt/configs/ruvo/ruvotest.txt";
 // Nobody listens there.
 constexpr std::uint16_t kDeadPort = 9;
 
@@ -81,6 +86,18 @@ class MessagesTest : public test::DaemonTest {
             if (thread.joinable()) thread.join();
         }
         for (auto& state : server_.thread_state) state = kSlotFree;
+    }
+
+    static void handle_command(const char* key, const char* value = "") {
+        const test::PacketPair connection;
+        (void)handle_tcp_command(connection.near_end(), key, value);
+    }
+
+    // The same while the tool says nothing, as it does when it stores.
+    static void handle_switch(const char* key, const char* value) {
+        set_tool_answer("");
+        handle_command(key, value);
+        set_tool_answer("true\n");
     }
 
     // The record of an event E with one step, due at once.
@@ -128,6 +145,7 @@ TEST_F(MessagesTest, ReachOutputAndLog) {
          [this] {
              std::filesystem::remove_all("/mnt/configs/ruvo");
              (void)renew_ruvo_txt(context_, 0);
+             std::filesystem::create_directories("/mnt/configs/ruvo");
          }},
         {"[rebuild_ruvo_event_list:629] rebuild ruvo event txt: OK\n",
          [this] {
@@ -154,6 +172,20 @@ TEST_F(MessagesTest, ReachOutputAndLog) {
              std::array<char, 64> reply{};
              (void)tcpclient("127.0.0.1", kDeadPort, "Hi", reply);
          }},
+        {"[ruvotcp] Error: connect 127.0.0.1:50003 ;(111)Connection refused;getStatus\r;\n",
+         [] { (void)ruvotcp_client("getStatus"); }},
+        {"[handle_tcp_command:1512] Error command: Error: fail command:__TEST__\n",
+         [] { handle_command("__TEST__\n"); }},
+        {"Error: [handle_tcp_command:1521] rebuild_ruvo_event_list(): stoul\n",
+         [] {
+             test::write_text(kTestSettings, "ECount=1\nEIPx=1\n");
+             handle_command("__TEST__:E");
+         }},
+        {"Error: fail response: __FOO__",
+         [] { test::run_refused({SYS_sendto}, EPIPE, [] { handle_command("__FOO__:x"); }); }},
+        {"[handle_tcp_command:1512] Error command: Error: fail command:__FOO__\n"
+         "Error: fail response: __FOO__",
+         [] { test::run_refused({SYS_sendto}, EPIPE, [] { handle_command("__FOO__"); }); }},
     };
     for (const Message& message : messages) {
         EXPECT_EQ(output_of(message), message.text);
@@ -217,6 +249,20 @@ TEST_F(MessagesTest, OfDebuggingReachOutputAlone) {
          "[udpclient_thread:136] 127.0.0.1 data=[2]Hi, sleep for=-1\n"
          "[udpclient:42] send Hi\n",
          [this] { udpclient_thread(3, kDeadPort, nanoseconds(-1), server_.thread_state[3]); }},
+        {"[handle_tcp_command:1540] key=network.ruvo.enable, value=1\n"
+         "[handle_tcp_command:1549] s_cmd=userconfigtool set boolean network.ruvo.enable=true\n",
+         [] { handle_switch("__SET__:network.ruvo.enable", "1"); }},
+        {"[handle_tcp_command:1540] key=network.ruvo.enable, value=0\n"
+         "[handle_tcp_command:1556] s_cmd=userconfigtool set boolean network.ruvo.enable=false\n",
+         [] { handle_switch("__SET__:network.ruvo.enable", "0"); }},
+        {"[handle_tcp_command:1540] key=network.ruvo.enable, value=yes\n"
+         "[handle_tcp_command:1559] value error: yes\n",
+         [] { handle_command("__SET__:network.ruvo.enable", "yes"); }},
+        {"[handle_tcp_command:1540] key=other, value=1\n"
+         "[handle_tcp_command:1562] key not match:other\n",
+         [] { handle_command("__SET__:other", "1"); }},
+        {"[get_token_value:1313] get user json={\"network\":{}} key=network.ruvo.enable\n",
+         [] { (void)get_token_value("network.ruvo.enable"); }},
     };
     for (const Message& message : messages) {
         EXPECT_EQ(output_of(message), message.text);

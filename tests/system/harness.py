@@ -26,9 +26,13 @@ EVENT_LOG = pathlib.Path("/var/log/ruvoevent.log")
 PID_FILE = pathlib.Path("/var/run/ruvotcp.pid")
 ASC_MIRROR = pathlib.Path("/tmp/ruvo_asc.txt")
 HEX_MIRROR = pathlib.Path("/tmp/ruvo_hex.txt")
+TEST_ASC_MIRROR = pathlib.Path("/tmp/ruvo_test_asc.txt")
+TEST_HEX_MIRROR = pathlib.Path("/tmp/ruvo_test_hex.txt")
 EVENT_LIST = pathlib.Path("/tmp/ruvo_event_list.txt")
+TEST_EVENT_LIST = pathlib.Path("/tmp/ruvo_event_list_test.txt")
 VARIABLES = pathlib.Path("/tmp/ruvo_var.txt")
 STATE = pathlib.Path("/tmp/device")
+USER_CONFIG = STATE / "user_config.json"
 REPORTS = pathlib.Path("/tmp/sanitizer-reports")
 
 RELOADED = "[rebuild_ruvo_event_list:629] rebuild ruvo event txt: OK\n"
@@ -292,7 +296,7 @@ class Device:
     def __init__(self):
         self.environment = dict(os.environ)
         self.environment["PATH"] = f"{DEVKIT}:{os.environ['PATH']}"
-        self.environment["RUVO_USER_CONFIG"] = str(STATE / "user_config.json")
+        self.environment["RUVO_USER_CONFIG"] = str(USER_CONFIG)
         self._add_sanitizer_options()
         self._processes = []
         self._daemons = []
@@ -320,10 +324,14 @@ class Device:
         REPORTS.mkdir()
 
     def configure(self, key, value):
-        subprocess.run(
-            [DEVKIT / "userconfigtool", "set", "boolean", f"{key}={str(value).lower()}"],
-            env=self.environment, check=True,
-        )
+        self.run_tool("set", "boolean", f"{key}={str(value).lower()}")
+
+    def run_tool(self, *arguments):
+        """What the simulated device's own `userconfigtool` prints."""
+        return subprocess.run(
+            [DEVKIT / "userconfigtool", *arguments], env=self.environment, check=True,
+            stdout=subprocess.PIPE,
+        ).stdout
 
     def enable(self, value=True):
         self.configure("network.ruvo.enable", value)
@@ -384,6 +392,13 @@ class Device:
     def _keep(self, receiver):
         self._receivers.append(receiver)
         return receiver
+
+    def run_program(self, *arguments, **options):
+        """Runs the program to its end, as a client or for one of its texts."""
+        return subprocess.run(
+            [DAEMON, *arguments], env=self.environment, stdin=subprocess.DEVNULL,
+            capture_output=True, timeout=DEADLINE_S, **options,
+        )
 
     def start_daemon(self, *arguments, uptime_s=None, preload=(), environment=None, wait=True, **options):
         """Starts the daemon; with wait=True returns once its command port accepts connections.

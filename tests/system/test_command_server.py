@@ -133,9 +133,10 @@ def test_a_word_that_begins_with_two_underscores_is_no_event(device):
         + event("_Lamp", (receiver.ip, receiver.port, "UDP", b"lamp"))
     )
     daemon = device.start_daemon("-d")
-    for text in (b"__Lamp\n", b"__Lamp=1\n", b"__"):
-        assert request(text) == b""
+    for text, key in ((b"__Lamp\n", b"__Lamp"), (b"__Lamp=1\n", b"__Lamp"), (b"__", b"__")):
+        assert request(text) == b"Error: fail command:" + key + b"\n"
     wait_for_line_on_both_outputs(daemon, "[handle_tcp_event:1434] Recv[6]:key=__Lamp,value=1\n")
+    assert "send() Error" not in daemon.output()
     trigger("_Lamp")
     assert [arrival.data for arrival in receiver.wait_for(1)] == [b"lamp"]
     assert "not found" not in daemon.output()

@@ -1,10 +1,12 @@
 """The switch that the user configuration gives: which answers of its tool count, and when."""
 
+import os
 import subprocess
+import threading
 
 import pytest
 
-from harness import DEVKIT, STATE, request, touch
+from harness import DEVKIT, LOG, STATE, event, request, text_of, touch, wait_until
 
 ANSWER = STATE / "answer"
 TOOL = '[ "$1" = get ] && cat /tmp/device/answer\nexit 0\n'
@@ -158,3 +160,29 @@ def test_a_trigger_does_not_read_the_switch(device):
     assert (STATE / "asked").read_text() == "x\nx\n"
     assert switched_on()
     assert (STATE / "asked").read_text() == "x\nx\n"
+
+
+def test_a_command_is_not_overwritten_by_an_answer_that_is_older(device):
+    """The tool has answered a reload, but not ended, when the command comes."""
+    device.replace_tool(
+        f'answer=$({DEVKIT}/userconfigtool "$@")\n'
+        '[ "$1" = set ] || [ ! -e /tmp/device/hold ] || { echo > /tmp/device/asked; cat /tmp/device/hold; }\n'
+        'echo "$answer"\n'
+    )
+    device.write_settings(event("Lamp", ("127.0.0.1", "9", "none", b"")))
+    daemon = device.start_daemon()
+    daemon.wait_for_supervision()
+    assert switched_on()
+    before = daemon.reloads()
+
+    os.mkfifo(STATE / "hold")
+    touch()
+    wait_until((STATE / "asked").exists, "the reload has its answer")
+    command = threading.Thread(target=request, args=(b"__SET__:network.ruvo.enable=0",))
+    command.start()
+    wait_until(lambda: "key=__SET__" in text_of(LOG), "the command has come")
+    with open(STATE / "hold", "w"):
+        (STATE / "hold").unlink()
+    command.join()
+    daemon.wait_for_reloads(before + 1)
+    assert not switched_on()

@@ -1,8 +1,8 @@
 """Rotation: each logging statement counts its own writes and renames the log at its 20000th.
 
 With the feature switched off a request costs two messages, the one that shows
-the request and the one that shows the reply, and nothing else. A request that
-begins with "__" gets no reply, so it costs the first one only: with a few of
+the request and the one that shows the reply, and nothing else. The reply to an
+unknown command is not shown, so it costs the first one only: with a few of
 those the two statements reach their limits at different requests. One long
 history of requests is recorded once; each test looks at one moment of it.
 """
@@ -42,7 +42,7 @@ def record(device):
     device.start_status_service()
     device.start_daemon().wait_for_supervision()
     for _ in range(LEAD):
-        request(b"__")
+        request(b"__X__:")
 
     aside = LOG.with_name("aside")
     LOG.rename(aside)

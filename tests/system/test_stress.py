@@ -10,14 +10,18 @@ import socket
 import threading
 import time
 
-from harness import LOG, SETTINGS, event, request, text_of, wait_until
+from harness import LOG, SETTINGS, TEST_SETTINGS, event, request, text_of, wait_until
 from process import REBUILT, change_settings, daemon_pid
 
 SECONDS = float(os.environ.get("RUVO_STRESS_SECONDS", "20"))
 SEED = int(os.environ.get("RUVO_STRESS_SEED", str(random.randrange(1 << 31))))
 
 
-REQUESTS = (b"Lamp\n", b"Hall", b"DVIConnected\n", b"Nobody\n", b"Lamp\nHall\n", b"__X__=1", b"a=b")
+REQUESTS = (
+    b"Lamp\n", b"Hall", b"DVIConnected\n", b"Nobody\n", b"Lamp\nHall\n", b"a=b", b"__X__=1", b"__X__:",
+    b"__TEST__:Lamp\n", b"__GET__:network.ruvo.enable\n", b"__SET__:network.ruvo.enable=1\n",
+    b"__SET__:network.ruvo.enable=0\n",
+)
 
 
 class Strain:
@@ -85,12 +89,13 @@ def test_the_daemon_survives_everything_at_once(device):
 
     def rewrite_settings():
         text = dice.choice(variants)
+        path = dice.choice((SETTINGS, TEST_SETTINGS))
         if dice.random() < 0.5:
-            SETTINGS.write_text(text)
+            path.write_text(text)
         else:
-            new = SETTINGS.with_name("ruvo.txt.new")
+            new = path.with_name("ruvo.txt.new")
             new.write_text(text)
-            new.rename(SETTINGS)
+            new.rename(path)
 
     def change_status():
         count = dice.randrange(3, 12)

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace ruvo {
+
+// A command's key, split at its first ":".
+struct CommandKey {
+    std::string word;
+    std::string argument;
+};
+
+// Nothing when the key has no ":" or begins with it. The key comes without a line end.
+std::optional<CommandKey> split_command(std::string_view key);
+
+// What a switch command asks for.
+enum class SwitchRequest { kOn, kOff, kOtherKey, kBadValue };
+
+// The name that a switch command gives: its argument up to the first "=".
+std::string_view switch_key(std::string_view argument);
+
+// The name is compared without regard to case; one line feed behind the value does not
+// count, everything else does.
+SwitchRequest switch_request(std::string_view key_name, std::string_view value);
+
+// The replies.
+std::string test_reply(std::string_view event);
+std::string get_reply(std::string_view key, std::string_view value);
+// The answer to whatever has no reply of its own.
+std::string fail_reply(std::string_view command);
+
+}  // namespace ruvo
