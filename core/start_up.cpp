@@ -3,7 +3,6 @@
 #include "core/build_info.h"
 #include "core/daemon_context.h"
 #include "core/exception_text.h"
-#include "core/load_settings.h"
 #include "core/log.h"
 #include "core/network_info.h"
 #include "core/paths.h"
@@ -13,6 +12,7 @@
 #include "execution/server_context.h"
 #include "net/command_server.h"
 #include "platform/shell.h"
+#include "settings/load_settings.h"
 
 #include <unistd.h>
 
@@ -92,7 +92,7 @@ void create_daemon_context() { g_daemon_ctx = new DaemonContext(); }
 
 void read_first_settings() {
     static LogSite failed;
-    load_settings(failed, 1929);
+    load_settings(*g_daemon_ctx, 0, failed, "main", 1929);
 }
 
 void log_local_ip() {

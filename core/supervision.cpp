@@ -1,9 +1,9 @@
 #include "core/supervision.h"
 
-#include "core/load_settings.h"
 #include "core/log.h"
 #include "core/paths.h"
 #include "core/process_state.h"
+#include "settings/load_settings.h"
 
 #include <sys/stat.h>
 #include <sys/sysinfo.h>
@@ -81,7 +81,7 @@ class SettingsWatch {
 // The change counts as seen, whatever the reading says.
 void reload_settings() {
     static LogSite failed;
-    load_settings(failed, 1996);
+    load_settings(*g_daemon_ctx, 0, failed, "main", 1996);
 }
 
 }  // namespace

@@ -1,16 +1,14 @@
 #include "net/command_handling.h"
 
 #include "core/daemon_context.h"
-#include "core/exception_text.h"
 #include "core/log.h"
 #include "core/process_state.h"
 #include "core/text_cut.h"
-#include "events/event_list.h"
 #include "execution/event_queue.h"
 #include "net/command_text.h"
 #include "platform/shell.h"
 #include "platform/user_config.h"
-#include "settings/settings_file.h"
+#include "settings/load_settings.h"
 
 #include <sys/socket.h>
 
@@ -39,21 +37,10 @@ void refuse(int connection, const std::string& key) {
     send_reply(connection, reply, not_sent, key);
 }
 
-// Reads the test settings anew. What an exception costs is this reading: the test list
-// before stays, and the event is looked up in it.
-void load_test_settings() {
-    try {
-        (void)renew_ruvo_txt(*g_daemon_ctx, 1);
-        (void)rebuild_ruvo_event_list(*g_daemon_ctx, 1);
-    } catch (...) {
-        static LogSite failed;  // as a rule an index in the settings is no number
-        log_line(failed, "Error: [%s:%d] rebuild_ruvo_event_list(): %s\n", "handle_tcp_command",
-                 1521, exception_text());
-    }
-}
-
+// Malformed settings leave the test list as it was; the event is looked up in it.
 std::string test_event(const std::string& event) {
-    load_test_settings();
+    static LogSite failed;
+    load_settings(*g_daemon_ctx, 1, failed, "handle_tcp_command", 1521);
     (void)push_event_back(*g_server_ctx, event, 1);
     return test_reply(event);
 }
@@ -67,10 +54,11 @@ void set_switch(std::uint32_t enable, int line, const char* command) {
 }
 
 void change_switch(const std::string& argument, const std::string& value) {
-    const std::string key(switch_key(argument));
+    const std::string key(named_key(argument));
     debug_line("[%s:%d] key=%s, value=%s\n", "handle_tcp_command", 1540, key.c_str(),
                value.c_str());
-    switch (switch_request(key, value)) {
+    const std::string wanted(without_line_feed(value));
+    switch (switch_request(key, wanted)) {
         case SwitchRequest::kOn:
             set_switch(1, 1549, "userconfigtool set boolean network.ruvo.enable=true");
             break;
@@ -78,8 +66,7 @@ void change_switch(const std::string& argument, const std::string& value) {
             set_switch(0, 1556, "userconfigtool set boolean network.ruvo.enable=false");
             break;
         case SwitchRequest::kBadValue:
-            debug_line("[%s:%d] value error: %s\n", "handle_tcp_command", 1559,
-                       std::string(without_line_feed(value)).c_str());
+            debug_line("[%s:%d] value error: %s\n", "handle_tcp_command", 1559, wanted.c_str());
             break;
         case SwitchRequest::kOtherKey:
             debug_line("[%s:%d] key not match:%s\n", "handle_tcp_command", 1562, key.c_str());

@@ -1,7 +1,5 @@
 #include "net/command_text.h"
 
-#include "core/text_cut.h"
-
 #include <strings.h>
 
 namespace ruvo {
@@ -18,16 +16,14 @@ std::optional<CommandKey> split_command(std::string_view key) {
                       std::string(key.substr(separator + 1))};
 }
 
-std::string_view switch_key(std::string_view argument) {
+std::string_view named_key(std::string_view argument) {
     return argument.substr(0, argument.find('='));
 }
 
-SwitchRequest switch_request(std::string_view key_name, std::string_view value) {
-    if (::strcasecmp(std::string(key_name).c_str(), kSwitchKey) != 0)
-        return SwitchRequest::kOtherKey;
-    const std::string_view wanted = without_line_feed(value);
-    if (wanted == "1") return SwitchRequest::kOn;
-    if (wanted == "0") return SwitchRequest::kOff;
+SwitchRequest switch_request(std::string_view key, std::string_view value) {
+    if (::strcasecmp(std::string(key).c_str(), kSwitchKey) != 0) return SwitchRequest::kOtherKey;
+    if (value == "1") return SwitchRequest::kOn;
+    if (value == "0") return SwitchRequest::kOff;
     return SwitchRequest::kBadValue;
 }
 

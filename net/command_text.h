@@ -18,12 +18,12 @@ std::optional<CommandKey> split_command(std::string_view key);
 // What a switch command asks for.
 enum class SwitchRequest { kOn, kOff, kOtherKey, kBadValue };
 
-// The name that a switch command gives: its argument up to the first "=".
-std::string_view switch_key(std::string_view argument);
+// The key that a command's argument names: the text up to its first "=".
+std::string_view named_key(std::string_view argument);
 
-// The name is compared without regard to case; one line feed behind the value does not
-// count, everything else does.
-SwitchRequest switch_request(std::string_view key_name, std::string_view value);
+// The key is compared without regard to case; the value, which comes without its line
+// feed, counts exactly as it is.
+SwitchRequest switch_request(std::string_view key, std::string_view value);
 
 // The replies.
 std::string test_reply(std::string_view event);

@@ -79,7 +79,6 @@ add_executable(ruvo_world_tests
   support/world_main.cpp
   core/client_mode_world_test.cpp
   core/daemon_context_world_test.cpp
-  core/load_settings_world_test.cpp
   core/log_world_test.cpp
   core/messages_test.cpp
   core/network_info_world_test.cpp
@@ -95,6 +94,7 @@ add_executable(ruvo_world_tests
   net/sender_bodies_world_test.cpp
   net/tcpclient_world_test.cpp
   settings/enable_switch_world_test.cpp
+  settings/load_settings_world_test.cpp
   settings/mirrors_world_test.cpp
   settings/settings_file_world_test.cpp)
 if(RUVO_PLATFORM_LIBRARY STREQUAL "simulated")

@@ -4,7 +4,6 @@
 
 #include "core/client_mode.h"
 #include "core/daemon_context.h"
-#include "core/load_settings.h"
 #include "core/network_info.h"
 #include "core/start_up.h"
 #include "events/event_list.h"

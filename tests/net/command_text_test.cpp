@@ -38,7 +38,7 @@ TEST(SplitCommand, GivesNothingWithoutAWordBeforeAColon) {
     }
 }
 
-TEST(SwitchKey, IsTheArgumentUpToItsFirstEqualsSign) {
+TEST(NamedKey, IsTheArgumentUpToItsFirstEqualsSign) {
     struct Case {
         const char* argument;
         const char* expected;
@@ -51,7 +51,7 @@ TEST(SwitchKey, IsTheArgumentUpToItsFirstEqualsSign) {
         {"", "", "no argument"},
         {" a = b", " a ", "blanks stay"},
     };
-    for (const Case& c : kCases) EXPECT_EQ(switch_key(c.argument), c.expected) << c.why;
+    for (const Case& c : kCases) EXPECT_EQ(named_key(c.argument), c.expected) << c.why;
 }
 
 TEST(SwitchRequest, LooksAtTheKeyAndThenAtTheValue) {
@@ -65,12 +65,10 @@ TEST(SwitchRequest, LooksAtTheKeyAndThenAtTheValue) {
     constexpr Case kCases[] = {
         {"network.ruvo.enable", "1", kOn, "on"},
         {"network.ruvo.enable", "0", kOff, "off"},
-        {"network.ruvo.enable", "1\n", kOn, "a line feed does not count"},
-        {"network.ruvo.enable", "0\n", kOff, "a line feed does not count"},
         {"NETWORK.RUVO.ENABLE", "1", kOn, "in capitals"},
         {"Network.Ruvo.Enable", "0", kOff, "in both cases"},
-        {"network.ruvo.enable", "1\n\n", kBadValue, "a second line feed counts"},
-        {"network.ruvo.enable", "1\r\n", kBadValue, "a carriage return counts"},
+        {"network.ruvo.enable", "1\n", kBadValue, "a line feed counts"},
+        {"network.ruvo.enable", "1\r", kBadValue, "a carriage return counts"},
         {"network.ruvo.enable", "1 ", kBadValue, "a blank behind it"},
         {"network.ruvo.enable", " 1", kBadValue, "a blank before it"},
         {"network.ruvo.enable", "01", kBadValue, "a leading zero"},

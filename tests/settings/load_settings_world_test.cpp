@@ -1,4 +1,4 @@
-#include "core/load_settings.h"
+#include "settings/load_settings.h"
 
 #include "core/log.h"
 #include "tests/support/files.h"
@@ -16,8 +16,9 @@ constexpr char kSettings[] = "/mnt/configs/ruvo/ruvo.txt";
 
 class LoadSettingsTest : public test::DaemonTest {
   protected:
-    std::string output_of_loading() {
-        return test::output_of([this] { load_settings(failure_, 77); });
+    std::string output_of_loading(std::int32_t test = 0) {
+        return test::output_of(
+            [this, test] { load_settings(context_, test, failure_, "main", 77); });
     }
 
     LogSite failure_;
@@ -40,6 +41,14 @@ TEST_F(LoadSettingsTest, AMalformedIndexCostsTheReloadAndALine) {
     EXPECT_EQ(failure_.written, 1);
     ASSERT_EQ(context_.eventList.get()->size(), 1U);
     EXPECT_EQ(context_.eventList.get()->front().name, "PowerOn");
+}
+
+TEST_F(LoadSettingsTest, ReadsTheTestSettingsIntoTheTestList) {
+    test::write_text("/mnt/configs/ruvo/ruvotest.txt", "LampCount=1\n");
+    EXPECT_EQ(output_of_loading(1), "");
+    EXPECT_EQ(context_.eventList.get()->size(), 0U);
+    ASSERT_EQ(context_.testEventList.get()->size(), 1U);
+    EXPECT_EQ(context_.testEventList.get()->front().name, "Lamp");
 }
 
 TEST_F(LoadSettingsTest, AnIndexOutOfRangeCostsTheSame) {
