@@ -4,6 +4,10 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
+# The tests' own code is not optimised: it is compiled far longer than it runs.
+add_library(ruvo_test_options INTERFACE)
+target_compile_options(ruvo_test_options INTERFACE -O0)
+
 add_library(ruvo_test_support STATIC
   support/files.cpp
   support/loopback.cpp
@@ -12,7 +16,7 @@ add_library(ruvo_test_support STATIC
   support/status_service.cpp
   support/text.cpp
   support/world.cpp)
-target_link_libraries(ruvo_test_support PUBLIC ruvo_core GTest::gtest)
+target_link_libraries(ruvo_test_support PUBLIC ruvo_core ruvo_test_options GTest::gtest)
 
 add_executable(ruvo_unit_tests
   core/build_info_test.cpp
