@@ -15,9 +15,11 @@
 
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <future>
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace ruvo {
 namespace {
@@ -198,17 +200,42 @@ class OutputLines {
     UniqueFd before_;
 };
 
+// Handles SIGUSR1 for as long as the object lives.
+class UserSignal {
+  public:
+    explicit UserSignal(void (*handler)(int)) {
+        struct sigaction action {};
+        action.sa_handler = handler;
+        EXPECT_EQ(::sigaction(SIGUSR1, &action, &before_), 0);
+    }
+    ~UserSignal() { (void)::sigaction(SIGUSR1, &before_, nullptr); }
+    UserSignal(const UserSignal&) = delete;
+    UserSignal& operator=(const UserSignal&) = delete;
+
+    void send(std::thread& thread) { (void)::pthread_kill(thread.native_handle(), SIGUSR1); }
+
+  private:
+    struct sigaction before_ {};
+};
+
+void overwrite_slot(int) {
+    std::memcpy(g_server_ctx->thread_ip[3].data(), "192.0.2.1", 9);
+    std::memcpy(g_server_ctx->thread_data[3].data(), "after!", 6);
+}
+
+// The slot changes on the body's own thread: it is no other thread's while it is reserved.
 TEST_F(SenderBodyTest, TakesItsTextsBeforeItWaits) {
+    UserSignal signal(overwrite_slot);
     fill(3, "127.0.0.1", "before");
     server_->thread_due[3] = steady_clock::now() + 200ms;
     g_debug_flag = 1;
     OutputLines output;
-    auto body = std::async(std::launch::async,
-                           [this] { udpclient_thread(3, receiver_.port(), kAnHour, state_); });
+    std::thread body([this] { udpclient_thread(3, receiver_.port(), kAnHour, state_); });
     (void)output.next();
     EXPECT_TRUE(output.next().ends_with("] 127.0.0.1 data=[6]before, sleep for=3600000000000\n"));
-    fill(3, "192.0.2.1", "after!");
-    body.wait();
+    signal.send(body);
+    body.join();
+    EXPECT_STREQ(server_->thread_data[3].data(), "after!");
     EXPECT_EQ(receiver_.receive(), "before");
 }
 
@@ -227,10 +254,7 @@ void ignore_signal(int) {}
 
 // Interrupts the sleep of a body again and again.
 TEST_F(SenderBodyTest, AnInterruptedWaitGoesOnToItsEnd) {
-    struct sigaction interrupt {};
-    struct sigaction before {};
-    interrupt.sa_handler = ignore_signal;
-    ASSERT_EQ(::sigaction(SIGUSR1, &interrupt, &before), 0);
+    UserSignal signal(ignore_signal);
     fill(3, "127.0.0.1", "Hello");
     nanoseconds taken{};
     std::atomic<bool> done{false};
@@ -239,11 +263,10 @@ TEST_F(SenderBodyTest, AnInterruptedWaitGoesOnToItsEnd) {
         done = true;
     });
     while (!done) {
-        (void)::pthread_kill(body.native_handle(), SIGUSR1);
+        signal.send(body);
         std::this_thread::sleep_for(1ms);
     }
     body.join();
-    (void)::sigaction(SIGUSR1, &before, nullptr);
     EXPECT_GE(taken, 100ms);
     EXPECT_EQ(receiver_.receive(), "Hello");
 }
