@@ -4,6 +4,7 @@
 #include "core/local_time.h"
 #include "core/process_state.h"
 #include "core/text_cut.h"
+#include "events/expanded_copy.h"
 #include "events/find_event.h"
 #include "events/status_variables.h"
 
@@ -17,13 +18,6 @@ MacroValues current_macro_values(const DaemonContext& context) {
 }
 
 }  // namespace
-
-EventEntry expanded_copy(const EventEntry& entry, const MacroValues& values, std::int32_t test) {
-    EventEntry copy = entry;
-    for (SubCommand& step : copy.subCommands) step.data = expand_data(step.data, values);
-    if (test) copy.delay = 0;
-    return copy;
-}
 
 EventEntry build_event_data(DaemonContext& context, std::string_view trigger, std::int32_t test) {
     (void)renew_macro_var(context);

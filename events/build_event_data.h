@@ -1,7 +1,6 @@
 #pragma once
 
 #include "events/event_entry.h"
-#include "events/expand_data.h"
 
 #include <cstdint>
 #include <string_view>
@@ -9,10 +8,6 @@
 namespace ruvo {
 
 struct DaemonContext;
-
-// A copy of a list entry as it is queued: every step's data expanded, and for a
-// test run no event-level delay.
-EventEntry expanded_copy(const EventEntry& entry, const MacroValues& values, std::int32_t test);
 
 // Refreshes the status variables, finds the event that a trigger names (one line
 // feed at the trigger's end is dropped) and returns its expanded copy; an entry

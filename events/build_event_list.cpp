@@ -1,88 +1,100 @@
 #include "events/build_event_list.h"
 
-#include "core/number_text.h"
 #include "events/hex_to_bytes.h"
 
-#include <algorithm>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace ruvo {
 namespace {
 
 constexpr std::int64_t kNsPerMs = 1000000;
 
-bool is_built_in(const std::string& name) {
-    return name == "PowerOn" || name == "DVIConnected" || name == "DVIDisconnected";
-}
+// The entries of each name, in list order: a file has as many records as it likes.
+using EntriesByName = std::unordered_map<std::string_view, std::vector<EventEntry*>>;
 
-EventList create_entries(const EventDefinitions& definitions) {
+EventList create_entries(const EventDefinitions& definitions, WordSize word) {
     EventList list;
     for (const EventDefinition& definition : definitions) {
-        if (definition.kind != kFieldKey || definition.field != "Count") continue;
-        const std::int32_t count = int32_of(definition.value);
-        if (count < 1) continue;  // the event is switched off
+        const std::size_t steps = created_steps(definition, word);
+        if (steps == 0) continue;
         EventEntry entry;
         entry.name = definition.name;
         entry.xmlField = definition.name;
-        entry.subCommands.resize(static_cast<std::size_t>(std::min(count, kMaxSubCommands)));
+        entry.subCommands.resize(steps);
         list.push_back(std::move(entry));
     }
     return list;
 }
 
-void set_event_property(EventEntry& entry, const EventDefinition& definition) {
-    if (definition.field == "XMLfield") {
-        entry.xmlField = definition.value;
-    } else if (definition.field == "Delay") {
-        entry.delay = int32_of(definition.value);
-        // A built-in event answers to its own name again, unless its XMLfield
-        // line follows.
-        if (is_built_in(entry.name)) entry.xmlField = entry.name;
-    }
+EntriesByName by_name(EventList& list) {
+    EntriesByName entries;
+    for (EventEntry& entry : list) entries[entry.name].push_back(&entry);
+    return entries;
 }
 
 // The neighbour's delay counts as it stands now: delays add up only when the
 // settings list them in rising order.
-void set_step_delay(EventEntry& entry, std::uint32_t index, const std::string& value,
+void set_step_delay(EventEntry& entry, std::uint32_t index, std::int32_t delay_ms,
                     const DelayListener& on_delay) {
     SubCommand& step = entry.subCommands[index];
-    step.delayNs = int32_of(value) * kNsPerMs;
+    step.delayNs = delay_ms * kNsPerMs;
     step.delayFromExecNs =
         step.delayNs + (index > 0 ? entry.subCommands[index - 1].delayFromExecNs : 0);
     if (on_delay) on_delay(static_cast<std::int32_t>(index), step.delayFromExecNs);
 }
 
-void set_step_property(EventEntry& entry, const EventDefinition& definition,
-                       const DelayListener& on_delay) {
-    // The index is read before the field is looked at, so a malformed one is
-    // reported whatever the field.
-    const auto index = static_cast<std::uint32_t>(std::stoul(definition.index));
-    if (index >= entry.subCommands.size()) return;
-    SubCommand& step = entry.subCommands[index];
-    if (definition.field == "Protocol") {
-        step.protocol = definition.value;
-    } else if (definition.field == "IP") {
-        step.ip = definition.value;
-    } else if (definition.field == "Port") {
-        step.port = definition.value;
-    } else if (definition.field == "Data") {
-        step.data = hex_to_bytes(definition.value);
-    } else if (definition.field == "Delay") {
-        set_step_delay(entry, index, definition.value, on_delay);
+void set_event_delay(EventEntry& entry, std::int32_t delay_s) {
+    entry.delay = delay_s;
+    // A built-in event answers to its own name again, unless its XMLfield line follows.
+    if (is_built_in_event(entry.name)) entry.xmlField = entry.name;
+}
+
+void fill_in(EventEntry& entry, const EventDefinition& definition, const DelayListener& on_delay,
+             WordSize word) {
+    const auto [property, index] = place_record(definition, entry.subCommands.size(), word);
+    const std::string& value = definition.value;
+    switch (property) {
+        case Property::kNone:
+        case Property::kBeyondCount:
+            break;
+        case Property::kTrigger:
+            entry.xmlField = value;
+            break;
+        case Property::kEventDelay:
+            set_event_delay(entry, int32_of(value, word));
+            break;
+        case Property::kProtocol:
+            entry.subCommands[index].protocol = value;
+            break;
+        case Property::kIp:
+            entry.subCommands[index].ip = value;
+            break;
+        case Property::kPort:
+            entry.subCommands[index].port = value;
+            break;
+        case Property::kData:
+            entry.subCommands[index].data = hex_to_bytes(value);
+            break;
+        case Property::kStepDelay:
+            set_step_delay(entry, index, int32_of(value, word), on_delay);
+            break;
     }
 }
 
 }  // namespace
 
-EventList build_event_list(const EventDefinitions& definitions, const DelayListener& on_delay) {
-    EventList list = create_entries(definitions);
+EventList build_event_list(const EventDefinitions& definitions, const DelayListener& on_delay,
+                           WordSize word) {
+    EventList list = create_entries(definitions, word);
+    const EntriesByName entries = by_name(list);
     for (const EventDefinition& definition : definitions) {
-        for (EventEntry& entry : list) {
-            if (entry.name != definition.name) continue;
-            if (definition.kind == kFieldKey) set_event_property(entry, definition);
-            if (definition.kind == kIndexedKey) set_step_property(entry, definition, on_delay);
-        }
+        const auto found = entries.find(definition.name);
+        if (found == entries.end()) continue;
+        for (EventEntry* entry : found->second) fill_in(*entry, definition, on_delay, word);
     }
     return list;
 }

@@ -19,19 +19,13 @@ bool is_built_in_macro(std::string_view name, const char* macro) {
     return ::strcasecmp(std::string(until_zero(name)).c_str(), macro) == 0;
 }
 
-// The first opening pairs with the first closing behind it; nothing nests.
 std::string expand_macros(std::string_view data, const MacroValues& values) {
     std::string result;
     std::size_t position = 0;
-    for (;;) {
-        const auto opening = data.find(kOpening, position);
-        if (opening == std::string_view::npos) break;
-        const auto name_begin = opening + kOpening.size();
-        const auto closing = data.find(kClosing, name_begin);
-        if (closing == std::string_view::npos) break;
-        result += data.substr(position, opening - position);
-        result += expand_macro(data.substr(name_begin, closing - name_begin), values);
-        position = closing + kClosing.size();
+    while (const auto macro = find_macro(data, position)) {
+        result += data.substr(position, macro->position - position);
+        result += expand_macro(macro->name, values);
+        position = macro->end();
     }
     result += data.substr(position);
     return result;
@@ -43,14 +37,33 @@ std::string expand_data(std::string_view data, const MacroValues& values) {
     return unescape_data(expand_macros(data, values));
 }
 
-std::string expand_macro(std::string_view name, const MacroValues& values) {
+std::optional<Macro> find_macro(std::string_view data, std::size_t position) {
+    const auto opening = data.find(kOpening, position);
+    if (opening == std::string_view::npos) return {};
+    const auto name = opening + kOpening.size();
+    const auto closing = data.find(kClosing, name);
+    if (closing == std::string_view::npos) return {};
+    return Macro{.position = opening, .name = data.substr(name, closing - name)};
+}
+
+MacroValue resolve_macro(std::string_view name, const MacroValues& values) {
     for (const auto& [variable, value] : *values.status_variables) {
-        if (variable == name) return value;
+        if (variable == name) return {MacroSource::kStatus, value};
     }
-    if (is_built_in_macro(name, "date")) return format_date(values.local_time);
-    if (is_built_in_macro(name, "time")) return format_time(values.local_time);
-    if (is_built_in_macro(name, "uptime")) return std::to_string(values.uptime_s);
+    if (is_built_in_macro(name, "date")) {
+        return {MacroSource::kDate, format_date(values.local_time)};
+    }
+    if (is_built_in_macro(name, "time")) {
+        return {MacroSource::kTime, format_time(values.local_time)};
+    }
+    if (is_built_in_macro(name, "uptime")) {
+        return {MacroSource::kUptime, std::to_string(values.uptime_s)};
+    }
     return {};
+}
+
+std::string expand_macro(std::string_view name, const MacroValues& values) {
+    return resolve_macro(name, values).text;
 }
 
 std::string format_date(const std::tm& local_time) {

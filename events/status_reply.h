@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,5 +21,8 @@ inline constexpr std::size_t kTooFewStatusItems = 5;
 // One line of a report: the text before its first colon and all that follows, less
 // one line feed; nothing when there is no colon. Nothing is trimmed.
 std::optional<std::pair<std::string, std::string>> parse_status_line(std::string_view line);
+
+// Every item of an open report, whose lines end with a line feed, to its end.
+StatusVariables read_status_report(std::FILE* report);
 
 }  // namespace ruvo

@@ -2,7 +2,6 @@
 
 #include "core/daemon_context.h"
 #include "core/file.h"
-#include "core/line_reader.h"
 #include "core/log.h"
 #include "events/status_reply.h"
 #include "platform/shell.h"
@@ -18,14 +17,8 @@ constexpr char kStatusCommand[] =
     "printf 'getStatus\\r' | timeout 0.1 nc 127.0.0.1 50001 2>/dev/null | tr '\\r' '\\n'";
 
 StatusVariables ask_status_service() {
-    StatusVariables variables;
     const UniquePipe pipe = open_command(kStatusCommand);
-    if (!pipe) return variables;
-    LineReader<kLineBufferBytes> lines(pipe.get());
-    while (const auto line = lines.next()) {
-        if (auto item = parse_status_line(*line)) variables.push_back(*std::move(item));
-    }
-    return variables;
+    return pipe ? read_status_report(pipe.get()) : StatusVariables();
 }
 
 }  // namespace

@@ -2,10 +2,13 @@
 
 #include "events/event_entry.h"
 
+#include <chrono>
 #include <cstdint>
 
 namespace ruvo {
 
+// The queue thread looks at its records this often.
+inline constexpr std::chrono::milliseconds kPassInterval{250};
 inline constexpr std::int64_t kStaleAfterNs = 60000000000;
 
 // What a pass over the queue does with a record.

@@ -4,22 +4,14 @@
 #include "core/process_state.h"
 #include "events/build_event_data.h"
 #include "execution/server_context.h"
+#include "execution/stamp_record.h"
 
-#include <algorithm>
 #include <chrono>
 #include <string>
 #include <utility>
 
 namespace ruvo {
 namespace {
-
-constexpr std::int64_t kNsPerSecond = 1000000000;
-
-// A final piece without a line feed is a line; an empty text has none.
-std::ptrdiff_t count_lines(std::string_view text) {
-    const bool open_end = !text.empty() && !text.ends_with('\n');
-    return std::count(text.begin(), text.end(), '\n') + (open_end ? 1 : 0);
-}
 
 void append(ServerContext& server, EventEntry record) RUVO_REQUIRES(server.mutex) {
     if (server.t_ns_next == 0 || server.t_ns_next > record.t_ns_exec) {
@@ -30,12 +22,6 @@ void append(ServerContext& server, EventEntry record) RUVO_REQUIRES(server.mutex
 }
 
 }  // namespace
-
-void stamp_record(EventEntry& record, std::int64_t now_ns, std::int32_t test) {
-    record.t_ns_cread = now_ns;
-    record.t_ns_exec = now_ns + (test == 1 ? 0 : record.delay * kNsPerSecond);
-    record.test = test;
-}
 
 std::int32_t push_event_back(ServerContext& server, std::string_view trigger, std::int32_t test) {
     const Guard guard(server.mutex);

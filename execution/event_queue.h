@@ -2,16 +2,13 @@
 
 #include "events/event_entry.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 namespace ruvo {
 
 struct ServerContext;
-
-// Fills in a record's runtime fields: queued at now_ns, due after its delay, and at
-// once for a test command.
-void stamp_record(EventEntry& record, std::int64_t now_ns, std::int32_t test);
 
 // Queues the event that a trigger text names, once for every line of the text; each
 // line looks the whole text up, so a text of several lines names nothing. An event

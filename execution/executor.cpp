@@ -3,15 +3,13 @@
 #include "core/daemon_context.h"
 #include "core/exception_text.h"
 #include "core/log.h"
-#include "core/number_text.h"
 #include "core/process_state.h"
-#include "core/text_cut.h"
 #include "events/event_entry.h"
-#include "execution/choose_sender.h"
 #include "execution/decide.h"
 #include "execution/due_times.h"
 #include "execution/event_log.h"
 #include "execution/event_queue.h"
+#include "execution/outgoing.h"
 #include "execution/sender_slots.h"
 #include "execution/server_context.h"
 #include "net/sender_bodies.h"
@@ -26,11 +24,6 @@ namespace ruvo {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::milliseconds kPassInterval{250};
-// Only so much of a step's data reaches its sender, though a slot holds more.
-constexpr std::size_t kSentDataBytes = 104;
-static_assert(kSentDataBytes <= kSlotDataBytes);
 
 std::int64_t current_uptime_s() { return g_uptime.load(std::memory_order_relaxed); }
 
@@ -55,24 +48,18 @@ SenderBody body_of(Sender sender) {
     return nullptr;
 }
 
-bool sends_report(Sender sender) {
-    return sender == Sender::kUdpStatus || sender == Sender::kTcpStatus;
-}
-
-// Copies a text's beginning into a slot's buffer, at most `limit` bytes with the
-// closing zero.
+// Copies a text that fits into a slot's buffer and closes it with a zero.
 template <std::size_t Size>
-void fill(std::array<char, Size>& buffer, std::string_view text, std::size_t limit = Size) {
-    const std::string_view kept = cut_to_buffer(text, limit);
-    *std::copy(kept.begin(), kept.end(), buffer.begin()) = '\0';
+void fill(std::array<char, Size>& buffer, std::string_view text) {
+    *std::copy(text.begin(), text.end(), buffer.begin()) = '\0';
 }
 
-void start_sender(ServerContext& server, std::int32_t index, Sender sender, const SubCommand& step,
-                  const EventEntry& record) {
+void start_sender(ServerContext& server, std::int32_t index, const Outgoing& out,
+                  const SubCommand& step, const EventEntry& record) {
     const auto slot = static_cast<std::size_t>(index);
     SenderThread thread;
     const int error =
-        thread.start(body_of(sender), index, int32_of(step.port),
+        thread.start(body_of(out.sender), index, out.port,
                      std::chrono::nanoseconds(step.delayFromExecNs), server.thread_state[slot]);
     if (error != 0) {
         static LogSite not_started;
@@ -87,25 +74,25 @@ void start_sender(ServerContext& server, std::int32_t index, Sender sender, cons
 void send_step(ServerContext& server, const EventEntry& record, const SubCommand& step,
                Clock::time_point due) {
     write_event_log(sent_line(step));
-    const Sender sender = choose_sender(step.protocol);
-    if (sender == Sender::kNone) return;
-    if (sends_report(sender)) debug_line("[%s:%d]\n", "exec_event", 861);
+    const Outgoing out = outgoing(step);
+    if (out.sender == Sender::kNone) return;
+    if (sends_report(out.sender)) debug_line("[%s:%d]\n", "exec_event", 861);
 
     const std::int32_t index = get_new_ret_thread(server, record.name);
     if (index < 0) return;
     const auto slot = static_cast<std::size_t>(index);
-    if (sender == Sender::kTcp) {
+    if (out.sender == Sender::kTcp) {
         debug_line("[%s:%d] ip=%s, port=%s data[%d]=%s===\n", "exec_event", 878, step.ip.c_str(),
                    step.port.c_str(), static_cast<int>(step.data.size()), step.data.c_str());
     }
-    fill(server.thread_ip[slot], step.ip);
-    if (!sends_report(sender)) fill(server.thread_data[slot], step.data, kSentDataBytes);
+    fill(server.thread_ip[slot], out.ip);
+    if (!sends_report(out.sender)) fill(server.thread_data[slot], out.data);
     server.thread_due[slot] = due;
-    if (sender == Sender::kTcp) {
+    if (out.sender == Sender::kTcp) {
         debug_line("[%s:%d] ip=%s, data=%s===\n", "exec_event", 885, server.thread_ip[slot].data(),
                    server.thread_data[slot].data());
     }
-    start_sender(server, index, sender, step, record);
+    start_sender(server, index, out, step, record);
 }
 
 void skip_in_power_on_window(EventEntry& record, const SubCommand& step) {

@@ -2,6 +2,7 @@
 
 #include "core/mutex.h"
 #include "events/event_entry.h"
+#include "execution/outgoing.h"
 #include "execution/sender_thread.h"
 
 #include <array>
@@ -14,8 +15,6 @@
 namespace ruvo {
 
 inline constexpr std::int32_t kSenderSlots = 512;
-inline constexpr std::size_t kSlotIpBytes = 64;
-inline constexpr std::size_t kSlotDataBytes = 1024;
 
 // States of a sender slot.
 inline constexpr std::int32_t kSlotFree = 0;

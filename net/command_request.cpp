@@ -1,5 +1,7 @@
 #include "net/command_request.h"
 
+#include "core/text_cut.h"
+
 namespace ruvo {
 namespace {
 
@@ -9,6 +11,10 @@ std::string with_line_feed(std::string text) {
 }
 
 }  // namespace
+
+std::string_view request_text(std::string_view received) {
+    return cut_to_buffer(received, kRequestBytes);
+}
 
 CommandRequest split_request(std::string_view text) {
     const auto separator = text.find('=');

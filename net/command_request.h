@@ -1,10 +1,18 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace ruvo {
+
+// The receive buffer: at most kRequestBytes - 1 bytes of a request are taken.
+inline constexpr std::size_t kRequestBytes = 1024;
+
+// The text of a request that arrives with these bytes: what fits the buffer, up to its
+// first zero byte.
+std::string_view request_text(std::string_view received);
 
 // A request of the command port, split at its first "="; without one, key and value
 // are both the whole text.

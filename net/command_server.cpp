@@ -4,7 +4,6 @@
 #include "core/exception_text.h"
 #include "core/log.h"
 #include "core/process_state.h"
-#include "core/text_cut.h"
 #include "core/unique_fd.h"
 #include "execution/event_queue.h"
 #include "net/command_handling.h"
@@ -36,7 +35,6 @@ using Clock = std::chrono::steady_clock;
 constexpr char kCommandIp[] = "127.0.0.1";
 constexpr std::uint16_t kCommandPort = 2700;
 constexpr int kBacklog = 10;
-constexpr std::size_t kRequestBytes = 1024;
 constexpr std::chrono::milliseconds kAcceptRest{100};
 
 UniqueFd open_socket() {
@@ -134,7 +132,7 @@ void serve_connection(ServerContext& server, int connection) {
     }
     if (received <= 0) return;
     const std::string_view request(buffer.data(), static_cast<std::size_t>(received));
-    handle_request(server, connection, until_zero(request));
+    handle_request(server, connection, request_text(request));
 }
 
 // The command port at work: the listening socket and its open connections.

@@ -32,12 +32,13 @@ add_executable(ruvo_unit_tests
   core/published_test.cpp
   core/text_cut_test.cpp
   core/unique_fd_test.cpp
-  events/build_event_data_test.cpp
   events/build_event_list_test.cpp
   events/event_list_text_test.cpp
   events/expand_data_test.cpp
+  events/expanded_copy_test.cpp
   events/find_event_test.cpp
   events/hex_to_bytes_test.cpp
+  events/place_record_test.cpp
   events/status_reply_test.cpp
   events/unescape_data_test.cpp
   execution/choose_sender_test.cpp
@@ -45,9 +46,11 @@ add_executable(ruvo_unit_tests
   execution/due_times_test.cpp
   execution/event_log_test.cpp
   execution/event_queue_test.cpp
+  execution/outgoing_test.cpp
   execution/sender_slots_test.cpp
   execution/sender_thread_test.cpp
   execution/server_context_test.cpp
+  execution/stamp_record_test.cpp
   net/command_request_test.cpp
   net/command_text_test.cpp
   net/connections_test.cpp

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <stdexcept>
 #include <string>
 
 namespace ruvo {
@@ -55,6 +56,72 @@ TEST(Int32Of, KeepsTheLowThirtyTwoBits) {
         {"-99999999999999999999", by_long(0, INT_MIN), "and at its smallest"},
     };
     for (const Case& c : kCases) EXPECT_EQ(int32_of(c.text), c.expected) << c.why;
+}
+
+TEST(Int32Of, ReadsAsADeviceOfTheGivenWordSize) {
+    struct Case {
+        const char* text;
+        std::int32_t wide;
+        std::int32_t narrow;
+    };
+    constexpr Case kCases[] = {
+        {"5000", 5000, 5000},
+        {"2147483648", INT_MIN, INT_MAX},
+        {"-2147483649", INT_MAX, INT_MIN},
+        {"4294967297", 1, INT_MAX},
+        {"99999999999999999999", -1, INT_MAX},
+    };
+    for (const Case& c : kCases) {
+        EXPECT_EQ(int32_of(c.text, WordSize::k64), c.wide) << c.text;
+        EXPECT_EQ(int32_of(c.text, WordSize::k32), c.narrow) << c.text;
+    }
+}
+
+// What index_of says of a text: the number, or which exception it throws.
+std::string index_text(const char* text, WordSize word) {
+    try {
+        return std::to_string(index_of(text, word));
+    } catch (const std::invalid_argument& error) {
+        return std::string("invalid ") + error.what();
+    } catch (const std::out_of_range& error) {
+        return std::string("range ") + error.what();
+    }
+}
+
+TEST(IndexOf, ReadsAsTheStandardConversionOnADeviceOfTheGivenWordSize) {
+    struct Case {
+        const char* text;
+        const char* wide;
+        const char* narrow;
+    };
+    constexpr Case kCases[] = {
+        {"0", "0", "0"},
+        {"7x", "7", "7"},
+        {" \t7", "7", "7"},
+        {"+7", "7", "7"},
+        {"-1", "4294967295", "4294967295"},
+        {" -1", "4294967295", "4294967295"},
+        {"4294967295", "4294967295", "4294967295"},
+        {"4294967296", "0", "range stoul"},
+        {"-4294967295", "1", "1"},
+        {"-4294967296", "0", "range stoul"},
+        {"18446744073709551615", "4294967295", "range stoul"},
+        {"18446744073709551616", "range stoul", "range stoul"},
+        {"", "invalid stoul", "invalid stoul"},
+        {"x", "invalid stoul", "invalid stoul"},
+        {" ", "invalid stoul", "invalid stoul"},
+        {"-", "invalid stoul", "invalid stoul"},
+    };
+    for (const Case& c : kCases) {
+        EXPECT_EQ(index_text(c.text, WordSize::k64), c.wide) << c.text;
+        EXPECT_EQ(index_text(c.text, WordSize::k32), c.narrow) << c.text;
+    }
+}
+
+TEST(IndexOf, AgreesWithTheStandardLibraryOnThisMachine) {
+    for (const char* text : {"0", "12", "-1", " 3", "4294967295", "2x"}) {
+        EXPECT_EQ(index_of(text), static_cast<std::uint32_t>(std::stoul(text))) << text;
+    }
 }
 
 }  // namespace

@@ -11,42 +11,6 @@
 namespace ruvo {
 namespace {
 
-constexpr std::int64_t kSecond = 1'000'000'000;
-
-TEST(StampRecord, CountsTheDelayFromTheMomentOfQueueing) {
-    struct Case {
-        std::int32_t delay;
-        std::int32_t test;
-        std::int64_t expected;
-        const char* why;
-    };
-    constexpr Case kCases[] = {
-        {0, 0, 5, "no delay"},
-        {1, 0, 5 + kSecond, "a second"},
-        {-1, 0, 5 - kSecond, "a negative delay"},
-        {2147483647, 0, 5 + 2147483647 * kSecond, "the longest delay"},
-        {1, 1, 5, "a test event is due at once"},
-        {-1, 1, 5, "in any case"},
-        {1, 2, 5 + kSecond, "only 1 marks an event that is due at once"},
-    };
-    for (const Case& c : kCases) {
-        EventEntry record{"E", "X", 0, 0, {}, 0, c.delay, 0};
-        stamp_record(record, 5, c.test);
-        EXPECT_EQ(record.t_ns_cread, 5) << c.why;
-        EXPECT_EQ(record.t_ns_exec, c.expected) << c.why;
-        EXPECT_EQ(record.test, c.test) << c.why;
-    }
-}
-
-TEST(StampRecord, LeavesTheRestOfTheRecord) {
-    EventEntry record{"E", "X", 0, 0, {SubCommand{"ip", "port", "UDP", "data", 1, 2}}, 0, 3, 0};
-    EventEntry expected = record;
-    expected.t_ns_cread = 7;
-    expected.t_ns_exec = 7 + 3 * kSecond;
-    stamp_record(record, 7, 0);
-    EXPECT_EQ(record, expected);
-}
-
 class QueueTest : public testing::Test {
   protected:
     void fill(std::initializer_list<const char*> names) {

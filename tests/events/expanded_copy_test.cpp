@@ -1,4 +1,4 @@
-#include "events/build_event_data.h"
+#include "events/expanded_copy.h"
 
 #include <gtest/gtest.h>
 
