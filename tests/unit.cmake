@@ -113,3 +113,19 @@ add_test(NAME world.unit
   COMMAND ruvo-world --keep "${CMAKE_SOURCE_DIR}" --keep "${CMAKE_BINARY_DIR}" --
     $<TARGET_FILE:ruvo_world_tests>)
 set_tests_properties(world.unit PROPERTIES TIMEOUT 600)
+
+if(TARGET ruvo_ctl)
+  add_executable(ruvo_ctl_tests
+    ruvoctl/nearest_word_test.cpp
+    ruvoctl/printable_test.cpp
+    ruvoctl/settings_source_test.cpp)
+  include(ruvoctl/check.cmake)
+  include(ruvoctl/plan.cmake)
+  include(ruvoctl/codec.cmake)
+  target_link_libraries(ruvo_ctl_tests PRIVATE ruvo_ctl ruvo_test_options GTest::gtest GTest::gtest_main)
+  target_precompile_headers(ruvo_ctl_tests REUSE_FROM ruvo_unit_tests)
+  gtest_discover_tests(ruvo_ctl_tests
+    TEST_PREFIX unit.
+    DISCOVERY_MODE PRE_TEST
+    PROPERTIES TIMEOUT 120)
+endif()

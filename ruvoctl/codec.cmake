@@ -1,0 +1,1 @@
+# target_sources(ruvo_ctl PRIVATE ...)

@@ -1,0 +1,108 @@
+#include "ruvoctl/command_line.h"
+
+#include "core/build_info.h"
+#include "ruvoctl/exit_status.h"
+#include "ruvoctl/nearest_word.h"
+#include "ruvoctl/output/printable.h"
+#include "ruvoctl/verbs.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ruvo::ctl {
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  ruvoctl check ruvo.txt                what is wrong with these settings, and what it costs
+  ruvoctl plan -f ruvo.txt PowerOn      every byte that the event sends, where and when
+  ruvoctl encode '<STX>POWER ON<CR>'    a Data value from a vendor's manual
+  ruvoctl decode 504F5745520D           and back
+  ruvoctl help plan                     more on a verb
+
+Exit status: 0 as expected; 1 failed; 2 wrong usage; 3 problems found; 4 deliberately
+nothing to send.)";
+
+std::vector<std::string> verb_names(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* verb : app.get_subcommands({})) names.push_back(verb->get_name());
+    return names;
+}
+
+const CLI::App* find_verb(const CLI::App& app, const std::string& word) {
+    const auto verbs = app.get_subcommands({});
+    const auto found = std::find_if(verbs.begin(), verbs.end(),
+                                    [&](const CLI::App* verb) { return verb->get_name() == word; });
+    return found == verbs.end() ? nullptr : *found;
+}
+
+int unknown_verb(const CLI::App& app, const std::string& word) {
+    const std::string nearest = nearest_word(word, verb_names(app));
+    fmt::print(stderr, "ruvoctl: there is no verb '{}'{}\n", printable(word, Backslash::kAsItIs),
+               nearest.empty() ? "; ruvoctl --help lists them"
+                               : fmt::format("; did you mean '{}'?", nearest));
+    return kWrongUsage;
+}
+
+void add_help_verb(CLI::App& app, Run& run) {
+    CLI::App* const help = app.add_subcommand("help", "Explain a verb, with examples");
+    auto word = std::make_shared<std::string>();
+    help->add_option("VERB", *word, "The verb");
+    help->final_callback([&app, &run, word] {
+        run = [&app, word] {
+            if (word->empty()) {
+                fmt::print("{}", app.help());
+                return kAsExpected;
+            }
+            const CLI::App* const verb = find_verb(app, *word);
+            if (verb == nullptr) return unknown_verb(app, *word);
+            fmt::print("{}", verb->help());
+            return kAsExpected;
+        };
+    });
+}
+
+int report_usage(const CLI::App& app, const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        return app.exit(error) == 0 ? kAsExpected : kFailed;  // help or version
+    }
+    fmt::print(stderr, "ruvoctl: {}\n", printable(error.what(), Backslash::kAsItIs));
+    const auto chosen = app.get_subcommands();
+    fmt::print(stderr, "See ruvoctl help{}\n",
+               chosen.empty() ? "" : " " + chosen.front()->get_name());
+    return kWrongUsage;
+}
+
+}  // namespace
+
+int run_command_line(int argc, char** argv) {
+    CLI::App app{"Says exactly what a settings file of ruvotcpd will do, before it does it.",
+                 "ruvoctl"};
+    Run run;
+    app.footer(kFooter);
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.set_version_flag("--version", fmt::format("ruvoctl {}", kVersion));
+    app.require_subcommand(1);
+    add_check_verb(app, run);
+    add_plan_verb(app, run);
+    add_encode_verb(app, run);
+    add_decode_verb(app, run);
+    add_help_verb(app, run);
+
+    // Told before the arguments of a verb that does not exist are looked at.
+    if (argc > 1 && argv[1][0] != '-' && find_verb(app, argv[1]) == nullptr) {
+        return unknown_verb(app, argv[1]);
+    }
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return report_usage(app, error);
+    }
+    return run();
+}
+
+}  // namespace ruvo::ctl

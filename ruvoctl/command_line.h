@@ -1,0 +1,9 @@
+#pragma once
+
+namespace ruvo::ctl {
+
+// Parses the arguments, runs the verb they name and returns the exit status; talk goes
+// to standard error.
+int run_command_line(int argc, char** argv);
+
+}  // namespace ruvo::ctl

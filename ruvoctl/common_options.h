@@ -1,0 +1,24 @@
+#pragma once
+
+#include "ruvoctl/output/style.h"
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+namespace ruvo::ctl {
+
+// What every verb that reads settings takes.
+struct CommonOptions {
+    std::string file;  // "-" is standard input
+    bool test = false;
+    bool json = false;
+    ColorChoice color = ColorChoice::kAuto;
+};
+
+// Declare the options on a verb; the texts and values end up in `options`.
+void add_file_option(CLI::App& verb, CommonOptions& options);
+void add_test_option(CLI::App& verb, CommonOptions& options);
+void add_output_options(CLI::App& verb, CommonOptions& options);
+
+}  // namespace ruvo::ctl
