@@ -14,12 +14,15 @@ bool is_display_event(const std::string& name) {
 
 }  // namespace
 
+std::int64_t due_ns(const EventEntry& record) {
+    return std::max(record.t_ns_exec, record.t_ns_cread);
+}
+
 RecordAction decide_record(const EventEntry& record, std::int64_t now_ns) {
     if (record.t_ns_exec == 0 || record.t_ns_cread == 0) return RecordAction::kDropInvalid;
     if (record.t_ns_cread + kStaleAfterNs < now_ns) return RecordAction::kDropStale;
     if (record.has_run == kRecordRun) return RecordAction::kDropHadRun;
-    const bool due = std::max(record.t_ns_exec, record.t_ns_cread) <= now_ns;
-    return due ? RecordAction::kRun : RecordAction::kKeep;
+    return due_ns(record) <= now_ns ? RecordAction::kRun : RecordAction::kKeep;
 }
 
 StepAction decide_step(const EventEntry& record, Switches switches) {

@@ -11,6 +11,9 @@ namespace ruvo {
 inline constexpr std::chrono::milliseconds kPassInterval{250};
 inline constexpr std::int64_t kStaleAfterNs = 60000000000;
 
+// When a queued record is due: never before it was queued.
+std::int64_t due_ns(const EventEntry& record);
+
 // What a pass over the queue does with a record.
 enum class RecordAction {
     kDropInvalid,  // a time is missing

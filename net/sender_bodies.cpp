@@ -3,6 +3,7 @@
 #include "core/log.h"
 #include "core/process_state.h"
 #include "execution/server_context.h"
+#include "net/finish_reply.h"
 #include "net/tcpclient.h"
 #include "net/udpclient.h"
 
@@ -19,7 +20,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kReplyBytes = 2048;
 constexpr char kStatusIp[] = "127.0.0.1";
 constexpr std::int32_t kStatusPort = 50001;
 

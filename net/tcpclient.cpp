@@ -2,6 +2,7 @@
 
 #include "core/log.h"
 #include "core/unique_fd.h"
+#include "net/finish_reply.h"
 #include "net/ipv4_address.h"
 #include "net/socket_timeouts.h"
 
@@ -77,15 +78,6 @@ std::int32_t tcpclient(const char* ip, std::int32_t port, std::string_view data,
     // A socket that lands on descriptor 0 stays open.
     if (sock.get() == 0) (void)sock.release();
     return result;
-}
-
-void finish_reply(std::span<char> reply, std::size_t received) {
-    reply[received] = '\0';
-    if (received < 2) return;
-    const std::string_view end(&reply[received - 2], 2);
-    if (end != "\r\n" && end != "\n\r") return;
-    reply[received - 2] = '\n';
-    reply[received - 1] = '\0';
 }
 
 }  // namespace ruvo

@@ -20,8 +20,4 @@ inline constexpr std::int32_t kNotSent = -4;
 std::int32_t tcpclient(const char* ip, std::int32_t port, std::string_view data,
                        std::span<char> reply);
 
-// Terminates a reply of `received` bytes (less than the buffer holds) and turns a
-// carriage return and line feed at its end, in either order, into one line feed.
-void finish_reply(std::span<char> reply, std::size_t received);
-
 }  // namespace ruvo

@@ -1,1 +1,19 @@
-# target_sources(ruvo_ctl PRIVATE ...)
+target_sources(ruvo_ctl PRIVATE
+  check/catalogue.cpp
+  check/check_settings.cpp
+  check/corrected_copy.cpp
+  check/count_checks.cpp
+  check/data_checks.cpp
+  check/delay_checks.cpp
+  check/file_checks.cpp
+  check/findings.cpp
+  check/key_checks.cpp
+  check/known_keys.cpp
+  check/report_json.cpp
+  check/report_sarif.cpp
+  check/report_text.cpp
+  check/step_checks.cpp
+  check/trigger_checks.cpp
+  check/whole_file_checks.cpp
+  check_verb.cpp
+  settings_model.cpp)

@@ -1,1 +1,16 @@
-# target_sources(ruvo_ctl PRIVATE ...)
+target_sources(ruvo_ctl PRIVATE
+  plan/escaped_bytes.cpp
+  plan/hex_dump.cpp
+  plan/local_time_text.cpp
+  plan/plan.cpp
+  plan/plan_event.cpp
+  plan/plan_json.cpp
+  plan/plan_status.cpp
+  plan/plan_svg.cpp
+  plan/plan_text.cpp
+  plan/plan_words.cpp
+  plan/socket_destination.cpp
+  plan/status_report.cpp
+  plan/time_axis.cpp
+  plan/timeline.cpp
+  plan_verb.cpp)

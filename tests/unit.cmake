@@ -54,6 +54,7 @@ add_executable(ruvo_unit_tests
   net/command_request_test.cpp
   net/command_text_test.cpp
   net/connections_test.cpp
+  net/finish_reply_test.cpp
   net/ipv4_address_test.cpp
   net/sender_bodies_test.cpp
   net/socket_timeouts_test.cpp

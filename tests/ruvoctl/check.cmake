@@ -1,1 +1,1 @@
-# target_sources(ruvo_ctl_tests PRIVATE ruvoctl/..._test.cpp)
+target_sources(ruvo_ctl_tests PRIVATE ruvoctl/catalogue_test.cpp)

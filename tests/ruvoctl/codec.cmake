@@ -1,1 +1,2 @@
-# target_sources(ruvo_ctl_tests PRIVATE ruvoctl/..._test.cpp)
+target_sources(ruvo_ctl_tests PRIVATE
+  ruvoctl/notation_test.cpp)

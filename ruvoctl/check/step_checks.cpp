@@ -1,0 +1,376 @@
+#include "ruvoctl/check/data_checks.h"
+#include "ruvoctl/check/findings.h"
+#include "ruvoctl/check/known_keys.h"
+
+#include "core/number_text.h"
+#include "events/expand_data.h"
+#include "execution/choose_sender.h"
+#include "execution/due_times.h"
+#include "execution/outgoing.h"
+#include "net/ipv4_address.h"
+
+#include <arpa/inet.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <string>
+
+namespace ruvo::ctl {
+namespace {
+
+constexpr std::array<std::int32_t, 3> kOwnPorts = {2700, 50001, 50003};
+constexpr std::int64_t kNsPerMs = 1000000;
+constexpr std::int64_t kTcpTailNs = 2000 * kNsPerMs;
+
+bool is_ipv4(const std::string& text) {
+    in_addr address{};
+    return ::inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+std::string upper_case(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), [](char c) {
+        return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    });
+    return result;
+}
+
+// An address whose numbers have leading zeros, without them; empty when it is none.
+std::string without_leading_zeros(std::string_view text) {
+    std::string result;
+    std::size_t begin = 0;
+    while (begin <= text.size()) {
+        const std::size_t end = std::min(text.find('.', begin), text.size());
+        std::string_view part = text.substr(begin, end - begin);
+        while (part.size() > 1 && part.starts_with('0')) part.remove_prefix(1);
+        if (!result.empty()) result += '.';
+        result += part;
+        begin = end + 1;
+    }
+    return is_ipv4(result) ? result : std::string();
+}
+
+class StepChecks {
+  public:
+    explicit StepChecks(Findings& findings) : findings_(findings) {}
+
+    void run() {
+        for (std::size_t i = 0; i < findings_.model.events.size(); ++i) {
+            if (findings_.is_examined(i)) check_event(i);
+        }
+    }
+
+  private:
+    void check_event(std::size_t index) {
+        entry_ = &findings_.model.list[index];
+        const EventModel& event = findings_.model.events[index];
+        for (std::size_t i = 0; i < event.steps.size(); ++i) {
+            if (!event.steps[i].configured()) continue;
+            step_index_ = static_cast<std::uint32_t>(i);
+            step_ = &event.steps[i];
+            command_ = &entry_->subCommands[i];
+            check_step();
+        }
+        check_same_host(event);
+    }
+
+    void check_step() {
+        sender_ = choose_sender(command_->protocol);
+        check_protocol();
+        const bool address = check_ip();
+        const bool port = check_port();
+        if (address) check_destination(port);
+        check_data_of_step();
+    }
+
+    Diagnostic& about(Diagnostic& diagnostic) const {
+        diagnostic.event = entry_->name;
+        diagnostic.step = step_index_;
+        return diagnostic;
+    }
+
+    Diagnostic& add_value(std::string_view id, std::size_t record, std::string cause,
+                          std::string effect) {
+        return about(findings_.add_value(id, record, std::move(cause), std::move(effect)));
+    }
+
+    std::string this_step() const { return step_text(entry_->name, step_index_); }
+
+    bool is_explained(std::string_view field) const {
+        return findings_.is_explained(entry_->name + std::string(field) +
+                                      std::to_string(step_index_));
+    }
+
+    // A step without a line for one of its fields.
+    void add_missing(std::string_view id, std::string_view field, std::string effect) {
+        if (is_explained(field)) return;
+        about(findings_.add_key(id, step_->first_record(),
+                                fmt::format("{} has no {}", this_step(), field),
+                                std::move(effect)));
+    }
+
+    static bool usable(const std::optional<std::size_t>& record, const Findings& findings) {
+        return record && !findings.is_damaged(*record);
+    }
+
+    // --- protocol
+
+    void check_protocol() {
+        if (!step_->protocol) {
+            return add_missing("protocol-missing", "Protocol",
+                               "it is logged as sent, and nothing leaves");
+        }
+        if (findings_.is_damaged(*step_->protocol)) return;
+        const std::size_t record = *step_->protocol;
+        const std::string_view value = findings_.trimmed_value(record);
+        const std::string upper = upper_case(value);
+        if (sender_ == Sender::kNone) return add_unknown_protocol(record, value, upper);
+        const bool tcp = command_->protocol.find("TCP") != std::string::npos;
+        if (tcp && command_->protocol.find("UDP") != std::string::npos) {
+            add_value("protocol-both", record,
+                      fmt::format("{} names both TCP and UDP", quoted(value)), "it is sent by TCP");
+        }
+        if (!sends_report(sender_) && upper.find("STAT") != std::string::npos) {
+            auto& diagnostic = add_value(
+                "status-misspelt", record,
+                fmt::format("{} does not hold \"Status\" in these letters", quoted(value)),
+                "the data is sent, not the status report");
+            diagnostic.fix = {
+                findings_.replace_trimmed_value(record, tcp ? "TCPStatus" : "UDPStatus")};
+        }
+        if (sends_report(sender_) && step_->data && !command_->data.empty()) {
+            add_value("status-with-data", *step_->data,
+                      fmt::format("{} sends the status report", quoted(value)),
+                      "the data is shown in the event log and never leaves");
+        }
+    }
+
+    void add_unknown_protocol(std::size_t record, std::string_view value,
+                              const std::string& upper) {
+        auto& diagnostic = add_value(
+            value.empty() ? "protocol-missing" : "protocol-unknown", record,
+            value.empty() ? fmt::format("the protocol of {} is empty", this_step())
+                          : fmt::format("{} holds neither \"TCP\" nor \"UDP\"", quoted(value)),
+            "it is logged as sent, and nothing leaves");
+        const bool tcp = upper.find("TCP") != std::string::npos;
+        if (!tcp && upper.find("UDP") == std::string::npos) return;
+        std::string meant = tcp ? "TCP" : "UDP";
+        if (upper.find("STAT") != std::string::npos) meant += "Status";
+        diagnostic.fix = {findings_.replace_trimmed_value(record, meant)};
+    }
+
+    // --- address
+
+    // Whether there is an address that its author meant.
+    bool check_ip() {
+        constexpr const char* kSelf = "it is sent to 0.0.0.0, this very device";
+        if (!step_->ip) {
+            add_missing("ip-missing", "IP", kSelf);
+            return false;
+        }
+        const std::size_t record = *step_->ip;
+        if (findings_.is_damaged(record)) return false;
+        const std::string text(outgoing(*command_).ip);
+        if (is_ipv4(text)) return true;
+        const std::string trimmed(findings_.trimmed_value(record));
+        if (is_ipv4(trimmed) && command_->ip == trimmed + "\r") {
+            add_return_in_ip(record, trimmed);
+        } else {
+            add_invalid_ip(record, trimmed);
+        }
+        return false;
+    }
+
+    void add_return_in_ip(std::size_t record, const std::string& trimmed) {
+        auto& diagnostic = about(
+            findings_.add("cr-in-ip", findings_.source.value_offset(record) + trimmed.size(), 1,
+                          "a carriage return at the end of the line belongs to the address",
+                          fmt::format("{} goes to 0.0.0.0, this very device", this_step())));
+        diagnostic.fix = {findings_.replace_whole_value(record, trimmed)};
+    }
+
+    void add_invalid_ip(std::size_t record, const std::string& trimmed) {
+        const std::string inner(trim_blanks(trimmed));
+        std::string cause = fmt::format("{} is no IPv4 address", quoted(inner));
+        std::string meant;
+        if (inner.empty()) {
+            cause = fmt::format("the address of {} is empty", this_step());
+        } else if (const auto known = findings_.options.addresses.find(inner);
+                   known != findings_.options.addresses.end()) {
+            meant = known->second;
+        } else if (is_ipv4(inner)) {
+            cause = fmt::format("a blank beside the address {}", quoted(inner));
+            meant = inner;
+        } else if (meant = without_leading_zeros(inner); !meant.empty()) {
+            cause = fmt::format("{}: a number of an address has no leading zeros", quoted(inner));
+        }
+        auto& diagnostic =
+            add_value("ip-invalid", record, std::move(cause),
+                      fmt::format("{} goes to 0.0.0.0, this very device", this_step()));
+        if (!meant.empty()) diagnostic.fix = {findings_.replace_whole_value(record, meant)};
+    }
+
+    // --- port
+
+    bool check_port() {
+        if (!step_->port) {
+            add_missing("port-missing", "Port", "it is sent to port 0, where nothing arrives");
+            return false;
+        }
+        const std::size_t record = *step_->port;
+        if (findings_.is_damaged(record)) return false;
+        const std::int32_t port = outgoing(*command_, findings_.word).port;
+        check_word_of_port(record);
+        if (port >= 1 && port <= 65535) return true;
+        const std::string_view value = trim_blanks(findings_.trimmed_value(record));
+        const auto effective = static_cast<std::uint16_t>(port);
+        const bool number = value.find_first_of("0123456789") == 0 || port != 0;
+        add_value("port-invalid", record,
+                  value.empty() ? fmt::format("the port of {} is empty", this_step())
+                  : !number     ? fmt::format("{} is no port number", quoted(value))
+                                : fmt::format("{} is not from 1 to 65535", quoted(value)),
+                  effective == 0 ? std::string("it is sent to port 0, where nothing arrives")
+                                 : fmt::format("it is sent to port {}", effective));
+        return false;
+    }
+
+    void check_word_of_port(std::size_t record) {
+        if (findings_.options.word) return;
+        const auto wide = static_cast<std::uint16_t>(int32_of(command_->port, WordSize::k64));
+        const auto narrow = static_cast<std::uint16_t>(int32_of(command_->port, WordSize::k32));
+        if (wide == narrow) return;
+        add_value("word-size", record, "devices of 32 and 64 bits read the number differently",
+                  fmt::format("64 bits: port {}; 32 bits: port {}", wide, narrow));
+    }
+
+    // --- destination
+
+    void check_destination(bool port_is_good) {
+        const std::string ip(outgoing(*command_).ip);
+        const std::uint32_t address = ntohl(ipv4_address(ip.c_str(), 0).sin_addr.s_addr);
+        const bool tcp = sender_ == Sender::kTcp || sender_ == Sender::kTcpStatus;
+        if (address == 0xFFFFFFFF) {
+            add_refused("255.255.255.255 is every device of the net");
+        } else if ((address >> 28) == 0xE) {
+            if (tcp)
+                add_refused(fmt::format("{} is a group of devices, and TCP speaks to one", ip));
+        } else if ((address & 0xFF) == 0xFF) {
+            add_value("maybe-broadcast", *step_->ip,
+                      fmt::format("{} is a broadcast address in most nets", ip),
+                      "where it is, the device refuses to send to it, without a word");
+        }
+        if (port_is_good) check_own_port(address);
+    }
+
+    void add_refused(std::string cause) {
+        if (sender_ == Sender::kNone) return;
+        auto& diagnostic =
+            add_value("destination-refused", *step_->ip, std::move(cause),
+                      "the device refuses to send to it: nothing leaves, and the event log "
+                      "says that it was sent");
+        const auto known =
+            findings_.options.addresses.find(std::string(findings_.trimmed_value(*step_->ip)));
+        if (known == findings_.options.addresses.end()) return;
+        diagnostic.fix = {findings_.replace_whole_value(*step_->ip, known->second)};
+    }
+
+    void check_own_port(std::uint32_t address) {
+        const std::int32_t port = outgoing(*command_, findings_.word).port;
+        if ((address >> 24) != 127 && address != 0) return;
+        if (std::find(kOwnPorts.begin(), kOwnPorts.end(), port) == kOwnPorts.end()) return;
+        add_value("own-port", *step_->port,
+                  fmt::format("port {} of this device is its own {} port", port,
+                              port == 2700 ? "command" : "status"),
+                  port == 2700 ? "the data is taken for a trigger"
+                               : "the data is taken for a request of the status service");
+    }
+
+    // --- data
+
+    void check_data_of_step() {
+        if (sends_report(sender_)) return;
+        if (!step_->data || findings_.trimmed_value(*step_->data).empty()) return check_no_data();
+        if (findings_.is_damaged(*step_->data)) return;
+        const std::size_t record = *step_->data;
+        for (const DataFinding& found :
+             check_data(findings_.trimmed_value(record), findings_.options.items)) {
+            auto& diagnostic = about(
+                findings_.add(found.id, findings_.source.value_offset(record) + found.position,
+                              found.length, found.cause, found.effect));
+            if (found.corrected) {
+                diagnostic.fix = {findings_.replace_trimmed_value(record, *found.corrected)};
+            }
+        }
+        check_moment(record);
+    }
+
+    void check_no_data() {
+        if (is_explained("Data")) return;
+        const std::size_t record = step_->data.value_or(step_->first_record());
+        const std::string cause = fmt::format("{} has no data", this_step());
+        const std::string effect = "an empty message is sent";
+        if (step_->data) {
+            add_value("data-empty", record, cause, effect);
+        } else {
+            about(findings_.add_key("data-empty", record, cause, effect));
+        }
+    }
+
+    void check_moment(std::size_t record) {
+        const bool later =
+            command_->delayFromExecNs > 0 || (entry_->delay > 0 && !findings_.options.test);
+        if (!later || !find_macro(command_->data, 0)) return;
+        add_value("macro-moment", record,
+                  fmt::format("{} quotes macros and is sent later", this_step()),
+                  "their values are those of the moment of the trigger");
+    }
+
+    // --- several steps
+
+    void check_same_host(const EventModel& event) {
+        const auto times = due_times(entry_->subCommands);
+        std::map<std::string, std::vector<std::size_t>> by_host;
+        for (std::size_t i = 0; i < event.steps.size(); ++i) {
+            const Outgoing out = outgoing(entry_->subCommands[i]);
+            const bool tcp = out.sender == Sender::kTcp || out.sender == Sender::kTcpStatus;
+            if (tcp && event.steps[i].ip) by_host[std::string(out.ip)].push_back(i);
+        }
+        for (auto& [host, steps] : by_host) {
+            std::stable_sort(steps.begin(), steps.end(),
+                             [&](auto left, auto right) { return times[left] < times[right]; });
+            check_distances(event, host, steps, times);
+        }
+    }
+
+    void check_distances(const EventModel& event, const std::string& host,
+                         const std::vector<std::size_t>& steps,
+                         const std::vector<std::chrono::nanoseconds>& times) {
+        for (std::size_t i = 1; i < steps.size(); ++i) {
+            const auto distance = times[steps[i]] - times[steps[i - 1]];
+            if (distance.count() >= kTcpTailNs) continue;
+            step_index_ = static_cast<std::uint32_t>(steps[i]);
+            add_value("tcp-same-host", *event.steps[steps[i]].ip,
+                      fmt::format("{} by TCP {} ms behind step {} to the same host, {}",
+                                  this_step(), distance.count() / kNsPerMs, steps[i - 1],
+                                  quoted(trim_blanks(std::string_view(host).substr(
+                                      0, host.find_last_not_of("\r") + 1)))),
+                      "a host that answers slowly has two connections at once; many take one");
+            return;  // one word on a host is enough
+        }
+    }
+
+    Findings& findings_;
+    const EventEntry* entry_ = nullptr;
+    const StepModel* step_ = nullptr;
+    const SubCommand* command_ = nullptr;
+    std::uint32_t step_index_ = 0;
+    Sender sender_ = Sender::kNone;
+};
+
+}  // namespace
+
+void check_steps(Findings& findings) { StepChecks(findings).run(); }
+
+}  // namespace ruvo::ctl

@@ -1,0 +1,161 @@
+#include "ruvoctl/check/findings.h"
+#include "ruvoctl/check/known_keys.h"
+
+#include "net/command_request.h"
+
+#include <fmt/format.h>
+
+#include <string>
+#include <unordered_map>
+
+namespace ruvo::ctl {
+namespace {
+
+class TriggerChecks {
+  public:
+    explicit TriggerChecks(Findings& findings) : findings_(findings) {}
+
+    void run() {
+        for (std::size_t i = 0; i < findings_.model.events.size(); ++i) {
+            if (findings_.is_examined(i)) check(i);
+        }
+    }
+
+  private:
+    const EventModel& event(std::size_t index) const { return findings_.model.events[index]; }
+    const EventEntry& entry(std::size_t index) const { return findings_.model.list[index]; }
+
+    // The line that gives the event its trigger name: its XMLfield, unless a Delay of a
+    // built-in event has undone it.
+    bool has_own_trigger(std::size_t index) const {
+        return event(index).trigger_record && !is_undone(index);
+    }
+
+    bool is_undone(std::size_t index) const {
+        return event(index).trigger_record && event(index).delay_record &&
+               is_built_in_event(entry(index).name) &&
+               *event(index).delay_record > *event(index).trigger_record;
+    }
+
+    Diagnostic& add(std::string_view id, std::size_t index, std::string cause, std::string effect) {
+        auto& diagnostic =
+            has_own_trigger(index)
+                ? findings_.add_value(id, *event(index).trigger_record, std::move(cause),
+                                      std::move(effect))
+                : findings_.add(id, findings_.source.key_offset(event(index).count_record),
+                                entry(index).name.size(), std::move(cause), std::move(effect));
+        diagnostic.event = entry(index).name;
+        return diagnostic;
+    }
+
+    void check(std::size_t index) {
+        check_undone(index);
+        if (has_own_trigger(index)) check_value(index);
+        check_sendable(index);
+        check_blanks(index);
+        check_others(index);
+        seen_.emplace(entry(index).xmlField, index);
+    }
+
+    void check_undone(std::size_t index) {
+        if (!is_undone(index)) return;
+        const std::size_t record = *event(index).trigger_record;
+        const std::string_view value = findings_.trimmed_value(record);
+        if (value == entry(index).name) return;
+        const std::size_t delay = *event(index).delay_record;
+        auto& diagnostic = findings_.add_key(
+            "xmlfield-overwritten", record,
+            fmt::format("the Delay in line {} makes {} answer to its own name again",
+                        findings_.source.line_of(delay), quoted(entry(index).name)),
+            fmt::format("the trigger {} finds nothing", quoted(value)));
+        diagnostic.event = entry(index).name;
+        const std::string line =
+            std::string(findings_.source.key(record)) + "=" + std::string(value);
+        diagnostic.fix = {findings_.remove_line(record),
+                          findings_.insert_line_behind_plain(delay, line)};
+    }
+
+    void check_value(std::size_t index) {
+        const std::size_t record = *event(index).trigger_record;
+        const std::string& value = findings_.definition(record).value;
+        if (value.ends_with('\r')) {
+            auto& diagnostic = findings_.add(
+                "cr-in-trigger", findings_.source.value_offset(record) + value.size() - 1, 1,
+                "a carriage return at the end of the line belongs to the trigger name",
+                fmt::format("the trigger {} finds nothing",
+                            quoted(findings_.trimmed_value(record))));
+            diagnostic.event = entry(index).name;
+            diagnostic.fix = {findings_.replace_whole_value(
+                record, std::string(findings_.trimmed_value(record)))};
+        } else if (value.empty()) {
+            add("empty-xmlfield", index, "the trigger name is empty",
+                "an empty request runs the event, and its own name does not");
+        }
+        if (is_built_in_event(entry(index).name) &&
+            findings_.trimmed_value(record) != entry(index).name) {
+            add("built-in-redirected", index,
+                fmt::format("{} answers to {}", quoted(entry(index).name),
+                            quoted(findings_.trimmed_value(record))),
+                fmt::format("the device's own trigger {} does not run it",
+                            quoted(entry(index).name)));
+        }
+    }
+
+    void check_sendable(std::size_t index) {
+        const std::string& trigger = entry(index).xmlField;
+        std::string cause;
+        if (trigger.starts_with("__")) {
+            cause = "a request that begins with \"__\" is a command";
+        } else if (trigger.find('=') != std::string::npos) {
+            cause = "a request ends at its first \"=\"";
+        } else if (trigger.size() >= kRequestBytes) {
+            cause = fmt::format("the name has {} characters; a request has at most {}",
+                                trigger.size(), kRequestBytes - 1);
+        }
+        if (cause.empty()) return;
+        add("trigger-unsendable", index, cause, "no trigger can run the event");
+    }
+
+    void check_blanks(std::size_t index) {
+        std::string_view trigger = entry(index).xmlField;
+        if (trigger.ends_with('\r')) return;  // told already
+        if (trigger.empty() || trim_blanks(trigger) == trigger) return;
+        auto& diagnostic = add(
+            "blank-end-trigger", index,
+            fmt::format("a blank at the end of the trigger name {}", quoted(trigger)),
+            fmt::format("the trigger {} without it finds nothing", quoted(trim_blanks(trigger))));
+        if (!has_own_trigger(index)) return;
+        diagnostic.fix = {findings_.replace_whole_value(*event(index).trigger_record,
+                                                        std::string(trim_blanks(trigger)))};
+    }
+
+    void check_others(std::size_t index) {
+        const std::string& trigger = entry(index).xmlField;
+        if (const auto first = seen_.find(trigger); first != seen_.end()) {
+            add("duplicate-trigger", index,
+                fmt::format("{} answers to {} before it", quoted(entry(first->second).name),
+                            quoted(trigger)),
+                fmt::format("{} never runs", quoted(entry(index).name)));
+            return;
+        }
+        if (trigger == entry(index).name) return;
+        const auto other = findings_.model.events_of.find(trigger);
+        if (other == findings_.model.events_of.end()) return;
+        if (entry(other->second.front()).xmlField == trigger) return;  // one of both never runs
+        add("trigger-is-other-event", index,
+            fmt::format("{} is the name of another event", quoted(trigger)),
+            fmt::format("the trigger {} runs {}; a test run of that name runs the other event",
+                        quoted(trigger), quoted(entry(index).name)));
+    }
+
+    Findings& findings_;
+    std::unordered_map<std::string_view, std::size_t> seen_;
+};
+
+}  // namespace
+
+void check_triggers(Findings& findings) {
+    if (!findings.options.test) TriggerChecks(findings).run();
+}
+
+}  // namespace ruvo::ctl

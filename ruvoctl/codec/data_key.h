@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace ruvo::ctl {
+
+// Why the daemon does not take a key for the data of a step; empty when it does.
+std::string why_no_data_key(std::string_view key);
+
+}  // namespace ruvo::ctl

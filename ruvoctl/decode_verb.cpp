@@ -1,0 +1,134 @@
+#include "ruvoctl/codec/data_parts.h"
+#include "ruvoctl/codec/data_report.h"
+#include "ruvoctl/codec/decode_input.h"
+#include "ruvoctl/codec/forms.h"
+#include "ruvoctl/codec/named_choice.h"
+#include "ruvoctl/codec/words.h"
+#include "ruvoctl/common_options.h"
+#include "ruvoctl/exit_status.h"
+#include "ruvoctl/output/printable.h"
+#include "ruvoctl/plan/hex_dump.h"
+#include "ruvoctl/verbs.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace ruvo::ctl {
+namespace {
+
+constexpr const char* kFooter =
+    R"(The value is read as the daemon reads it, two characters a byte, whatever they are. Several
+arguments are joined by blanks; - reads standard input. A whole settings line will do.
+
+With --notation the bytes are printed in one form alone, which encode reads back:
+  text    <STX>POWER ON<CR>
+  c       \x02POWER ON\r
+  spaced  02 50 4F 57 45 52 20 4F 4E 0D
+
+Exit status 3: the value has a fault.
+
+Examples:
+  ruvoctl decode 504F574552204F4E0D
+  ruvoctl decode 'LampData0=7B7B74696D657D7D5C725C6E'
+  ruvoctl decode --notation text 504F574552204F4E0D
+  grep '^LampData0=' ruvo.txt | ruvoctl decode -)";
+
+struct DecodeOptions {
+    CommonOptions common;
+    std::string first_word;
+    std::optional<std::string> form_word;
+    std::optional<Form> form;
+};
+
+void print_row(const char* title, std::string_view text) { fmt::print("{:<8} {}\n", title, text); }
+
+void print_parts(std::string_view bytes) {
+    for (const DataPart& part : macros_of(bytes)) {
+        print_row("macro", fmt::format("{{{{{}}}}} from byte {} on becomes {}",
+                                       printable(part.text), part.position + 1, part.becomes));
+    }
+    for (const DataPart& part : escapes_of(bytes)) {
+        print_row("escape", fmt::format("{} from byte {} on leaves as {}",
+                                        printable(part.text, Backslash::kAsItIs), part.position + 1,
+                                        part.becomes));
+    }
+}
+
+void print_report(const DecodeOptions& options, const DecodeInput& input,
+                  const DataReport& report) {
+    if (input.key) print_row("key", printable(*input.key, Backslash::kAsItIs));
+    print_row("value", printable(report.value, Backslash::kAsItIs));
+    print_row("bytes", std::to_string(report.bytes.size()));
+    print_row("text", printable(report.bytes));
+    print_row("named", write_form(Form::kText, report.bytes));
+    fmt::print("{}", hex_dump(report.bytes, "         "));
+    print_parts(report.bytes);
+    print_row("leaves", describe_sent(report));
+    print_findings(stdout, report, Style(options.common.color, stdout));
+}
+
+nlohmann::ordered_json decode_json(const DecodeInput& input, const DataReport& report) {
+    nlohmann::ordered_json macros = nlohmann::ordered_json::array();
+    for (const DataPart& macro : macros_of(report.bytes)) {
+        macros.push_back(printable(macro.text, Backslash::kAsItIs));
+    }
+    nlohmann::ordered_json key;
+    if (input.key) key = printable(*input.key, Backslash::kAsItIs);
+    return {{"format", "ruvoctl.decode"},
+            {"version", 1},
+            {"key", key},
+            {"value", printable(report.value, Backslash::kAsItIs)},
+            {"bytes", bytes_json(report.bytes)},
+            {"sent", bytes_json(report.sent)},
+            {"macros", macros},
+            {"diagnostics", findings_json(report)}};
+}
+
+int run_decode(const DecodeOptions& options, const Words& words) {
+    const DecodeInput input = find_value(fetch_text(words));
+    if (!input.misuse.empty()) {
+        fmt::print(stderr, "ruvoctl: {}\n", input.misuse);
+        return kWrongUsage;
+    }
+    const DataReport report = examine_data(input.value);
+    if (options.common.json) {
+        fmt::print("{}\n", decode_json(input, report).dump(2));
+    } else if (options.form) {
+        fmt::print("{}\n", write_form(*options.form, report.bytes));
+        print_findings(stderr, report, Style(options.common.color, stderr));
+    } else {
+        print_report(options, input, report);
+    }
+    return exit_status_of(report);
+}
+
+}  // namespace
+
+void add_decode_verb(CLI::App& app, Run& run) {
+    static const std::map<std::string, Form> forms{
+        {"text", Form::kText}, {"c", Form::kC}, {"spaced", Form::kSpaced}};
+    CLI::App* const verb =
+        app.add_subcommand("decode", "Show what a Data value stands for and what of it leaves");
+    auto options = std::make_shared<DecodeOptions>();
+    add_words(*verb, "HEX", options->first_word, "The value, or its settings line");
+    verb->add_option("--notation", options->form_word, "Print the bytes alone: text, c or spaced")
+        ->type_name("NAME");
+    add_output_options(*verb, options->common);
+    verb->footer(kFooter);
+    verb->final_callback([verb, &run, options] {
+        if (options->form_word) {
+            options->form = named_choice("--notation", *options->form_word, forms);
+        }
+        run = [options, words = read_words(*verb, options->first_word)] {
+            return run_decode(*options, words);
+        };
+    });
+}
+
+}  // namespace ruvo::ctl

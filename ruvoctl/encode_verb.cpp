@@ -1,0 +1,203 @@
+#include "ruvoctl/codec/data_key.h"
+#include "ruvoctl/codec/data_report.h"
+#include "ruvoctl/codec/misfit.h"
+#include "ruvoctl/codec/named_choice.h"
+#include "ruvoctl/codec/read_notation.h"
+#include "ruvoctl/codec/words.h"
+#include "ruvoctl/common_options.h"
+#include "ruvoctl/exit_status.h"
+#include "ruvoctl/output/printable.h"
+#include "ruvoctl/verbs.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace ruvo::ctl {
+namespace {
+
+constexpr const char* kFooter = R"(Notations, in the order in which they are tried:
+  hex        810104FF
+  separated  81 01 04 FF   81,01   81-01   81:01   0x81,0x01   0x8101   \x81\x01
+             $0D $0A   %0d%0a   &H0D   81h 01h   [81][01]   <81><01>   {0x81,0x01}
+  quoted     "PON",0x0D   STX "PON" ETX   "PON"<CR>
+  text       PON<CR>   [STX]PON[ETX]   PON\r\n   PON\x0D   <0x0D>   {{time}} as it stands
+Only with --notation:
+  raw        nothing has a meaning of its own
+  caret      text with ^M        dollar   text with $0D        percent  text with %0D
+
+Several arguments are joined by blanks; - reads standard input without its last line end.
+Put -- in front of a text that begins with a hyphen. Line ends become the bytes that
+leave (0D, 0A, 09), not the daemon's own escapes \r, \n, \t: a text of backslash and
+letter is only needed in data that other programs write.
+
+The value alone goes to standard output; what was understood, and what is wrong with
+it, to standard error. Exit status 3: the value has a fault, and is printed all the same.
+
+Examples:
+  ruvoctl encode '<STX>POWER ON<CR>'
+  ruvoctl encode 81 01 04 00 02 FF
+  ruvoctl encode --crlf 'TIME={{time}}'
+  ruvoctl encode --notation dollar '%1POWR 1$0D'
+  ruvoctl encode --key LampData0 'LAMP ON\r' >> ruvo.txt)";
+
+struct EncodeOptions {
+    CommonOptions common;
+    std::string first_word;
+    std::optional<std::string> key;
+    std::optional<std::string> notation_word;
+    std::optional<Notation> notation;
+    bool cr = false;
+    bool lf = false;
+    bool crlf = false;
+    std::optional<std::string> terminator;
+};
+
+std::map<std::string, Notation> notations_by_name() {
+    std::map<std::string, Notation> names{{"separated", Notation::kSeparated}};
+    for (const Notation notation : kNotations) {
+        names.emplace(notation_name(notation), notation);
+    }
+    return names;
+}
+
+void add_terminators(CLI::App& verb, EncodeOptions& options) {
+    CLI::App* const group = verb.add_option_group("Terminator", "What is put behind the text");
+    group->add_flag("--cr", options.cr, "A carriage return, 0D");
+    group->add_flag("--lf", options.lf, "A line feed, 0A");
+    group->add_flag("--crlf", options.crlf, "Both, 0D0A");
+    group->add_option("--terminator", options.terminator, "Any other: CR, ETX, '\\x03', 0x0D0A")
+        ->type_name("NOTATION");
+    group->require_option(0, 1);
+}
+
+std::string terminator_of(const EncodeOptions& options) {
+    if (options.cr) return "\r";
+    if (options.lf) return "\n";
+    if (options.crlf) return "\r\n";
+    return options.terminator ? read_terminator(*options.terminator) : std::string();
+}
+
+// A carriage return in front of the line feed belongs to the line end too.
+std::string fetch_notation(const Words& words, Notes& notes) {
+    std::string text = fetch_text(words);
+    if (!words.from_standard_input) return text;
+    if (text.ends_with('\r')) text.pop_back();
+    notes.push_back({text.size(), "a line end at the end of standard input is not encoded"});
+    return text;
+}
+
+// Shows where a text stops fitting.
+int report_misfit(std::string_view what, std::string_view text, const Misfit& misfit) {
+    const std::string before = printable(text.substr(0, misfit.position), Backslash::kAsItIs);
+    fmt::print(stderr, "ruvoctl: {}: character {}: {}\n", what, misfit.position + 1, misfit.reason);
+    fmt::print(stderr, "  {}{}\n  {:>{}}\n", before,
+               printable(text.substr(misfit.position), Backslash::kAsItIs), '^', before.size() + 1);
+    return kWrongUsage;
+}
+
+nlohmann::ordered_json encode_json(const EncodeOptions& options, const Reading& reading,
+                                   const DataReport& report) {
+    nlohmann::ordered_json notes = nlohmann::ordered_json::array();
+    for (const Note& note : reading.notes) {
+        notes.push_back({{"column", note.position + 1}, {"text", note.text}});
+    }
+    nlohmann::ordered_json key;
+    if (options.key) key = printable(*options.key, Backslash::kAsItIs);
+    return {{"format", "ruvoctl.encode"},
+            {"version", 1},
+            {"notation", notation_name(reading.notation)},
+            {"key", key},
+            {"data", report.value},
+            {"bytes", bytes_json(report.bytes)},
+            {"sent", bytes_json(report.sent)},
+            {"notes", notes},
+            {"diagnostics", findings_json(report)}};
+}
+
+void print_talk(const EncodeOptions& options, const Reading& reading, const DataReport& report) {
+    const Style style(options.common.color, stderr);
+    fmt::print(stderr, "read as {}: {}\n", notation_title(reading.notation),
+               printable(report.bytes));
+    for (const Note& note : reading.notes) {
+        fmt::print(stderr, "character {}: {}: {}\n", note.position + 1,
+                   style.paint(Role::kInformation, "note"), note.text);
+    }
+    fmt::print(stderr, "{}\n", describe_sent(report));
+    print_findings(stderr, report, style);
+}
+
+int print_value(const EncodeOptions& options, const Reading& reading) {
+    const DataReport report = examine_data(hex_of(reading.bytes));
+    if (options.common.json) {
+        fmt::print("{}\n", encode_json(options, reading, report).dump(2));
+        return exit_status_of(report);
+    }
+    print_talk(options, reading, report);
+    if (options.key) fmt::print("{}=", *options.key);
+    fmt::print("{}\n", report.value);
+    return exit_status_of(report);
+}
+
+std::string title_of(const std::optional<Notation>& notation) {
+    return notation ? fmt::format("this is no {}", notation_name(*notation))
+                    : std::string("this can't be read");
+}
+
+int run_encode(const EncodeOptions& options, const Words& words) {
+    if (options.key) {
+        const std::string why = why_no_data_key(*options.key);
+        if (!why.empty()) {
+            fmt::print(stderr, "ruvoctl: --key {}: {}\n",
+                       printable(*options.key, Backslash::kAsItIs), why);
+            return kWrongUsage;
+        }
+    }
+    Notes notes;
+    const std::string text = fetch_notation(words, notes);
+    Reading reading;
+    try {
+        reading = options.notation ? read_as(*options.notation, text) : read_as_most_likely(text);
+    } catch (const Misfit& misfit) {
+        return report_misfit(title_of(options.notation), text, misfit);
+    }
+    reading.notes.insert(reading.notes.begin(), notes.begin(), notes.end());
+    try {
+        reading.bytes += terminator_of(options);
+    } catch (const Misfit& misfit) {
+        return report_misfit("--terminator", *options.terminator, misfit);
+    }
+    return print_value(options, reading);
+}
+
+}  // namespace
+
+void add_encode_verb(CLI::App& app, Run& run) {
+    CLI::App* const verb =
+        app.add_subcommand("encode", "Turn a command of a vendor's manual into a Data value");
+    auto options = std::make_shared<EncodeOptions>();
+    add_words(*verb, "TEXT", options->first_word, "What the device is to be sent");
+    verb->add_option("--notation", options->notation_word, "How the text is written")
+        ->type_name("NAME");
+    verb->add_option("--key", options->key, "Print the whole settings line of this key")
+        ->type_name("KEY");
+    add_terminators(*verb, *options);
+    add_output_options(*verb, options->common);
+    verb->footer(kFooter);
+    verb->final_callback([verb, &run, options] {
+        if (options->notation_word) {
+            options->notation =
+                named_choice("--notation", *options->notation_word, notations_by_name());
+        }
+        run = [options, words = read_words(*verb, options->first_word)] {
+            return run_encode(*options, words);
+        };
+    });
+}
+
+}  // namespace ruvo::ctl

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "ruvoctl/plan/plan.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string_view>
+
+namespace ruvo::ctl {
+
+// The document "ruvoctl.plan" of a plan; `file` is the settings file's name.
+nlohmann::ordered_json plan_json(const Plan& plan, std::string_view file);
+
+}  // namespace ruvo::ctl

@@ -1,0 +1,42 @@
+#include "ruvoctl/plan/socket_destination.h"
+
+#include "net/ipv4_address.h"
+
+#include <array>
+
+namespace ruvo::ctl {
+namespace {
+
+bool is_limited_broadcast(const in_addr& address) { return address.s_addr == INADDR_NONE; }
+
+bool is_multicast(const in_addr& address) { return IN_MULTICAST(ntohl(address.s_addr)); }
+
+}  // namespace
+
+SocketDestination socket_destination(const Outgoing& out) {
+    const std::string ip(out.ip);
+    const sockaddr_in address = ipv4_address(ip.c_str(), static_cast<std::uint16_t>(out.port));
+    std::array<char, INET_ADDRSTRLEN> text{};
+    (void)::inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
+    in_addr ignored{};
+    return {.ip = text.data(),
+            .port = ntohs(address.sin_port),
+            .ip_parsed = ::inet_pton(AF_INET, ip.c_str(), &ignored) == 1};
+}
+
+bool always_refused(Sender sender, const SocketDestination& destination) {
+    const in_addr address = ipv4_address(destination.ip.c_str(), destination.port).sin_addr;
+    switch (sender) {
+        case Sender::kUdp:
+        case Sender::kUdpStatus:
+            return destination.port == 0 || is_limited_broadcast(address);
+        case Sender::kTcp:
+        case Sender::kTcpStatus:
+            return is_limited_broadcast(address) || is_multicast(address);
+        case Sender::kNone:
+            break;
+    }
+    return false;
+}
+
+}  // namespace ruvo::ctl

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "execution/outgoing.h"
+
+#include <cstdint>
+#include <string>
+
+namespace ruvo::ctl {
+
+// Where a send goes, as its socket sees it.
+struct SocketDestination {
+    std::string ip;
+    std::uint16_t port = 0;
+    bool ip_parsed = false;  // false: the text is no address, 0.0.0.0 stands in its place
+};
+
+SocketDestination socket_destination(const Outgoing& out);
+
+// Destinations that Linux refuses every sender that sets no options, whatever the
+// network: port 0 and the limited broadcast by UDP, the limited broadcast and multicast
+// by TCP.
+bool always_refused(Sender sender, const SocketDestination& destination);
+
+}  // namespace ruvo::ctl

@@ -1,0 +1,44 @@
+#include "ruvoctl/plan/time_axis.h"
+
+#include "ruvoctl/plan/plan_words.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ruvo::ctl {
+
+TimeAxis time_axis(double end_ms, std::size_t most_ticks) {
+    double power = 1;
+    for (;;) {
+        for (const double factor : {1.0, 2.0, 5.0}) {
+            const double tick = factor * power;
+            const double ticks = std::max(1.0, std::ceil(end_ms / tick));
+            if (ticks <= static_cast<double>(most_ticks)) {
+                return {.tick_ms = tick, .ticks = static_cast<std::size_t>(ticks)};
+            }
+        }
+        power *= 10;
+    }
+}
+
+std::string tick_text(double ms) {
+    if (ms == 0) return "0";
+    return ms < 1000 ? fmt::format("{:g} ms", ms) : fmt::format("{:g} s", ms / 1000);
+}
+
+double drawing_end_ms(const PlannedEvent& event) {
+    double end = event.start ? in_ms(event.start->latest) : 0;
+    for (const PlannedStep& step : event.steps) {
+        const auto tail = has_tail(step) ? kTcpTail : std::chrono::seconds(0);
+        end = std::max(end, in_ms(step.window.latest + tail));
+    }
+    return end;
+}
+
+bool has_tail(const PlannedStep& step) {
+    return step.outcome == StepOutcome::kSends && step.sender != Sender::kUdp;
+}
+
+}  // namespace ruvo::ctl
