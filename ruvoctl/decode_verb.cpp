@@ -69,7 +69,7 @@ void print_report(const DecodeOptions& options, const DecodeInput& input,
     print_row("named", write_form(Form::kText, report.bytes));
     fmt::print("{}", hex_dump(report.bytes, "         "));
     print_parts(report.bytes);
-    print_row("leaves", describe_sent(report));
+    print_row("sent", describe_sent(report));
     print_findings(stdout, report, Style(options.common.color, stdout));
 }
 

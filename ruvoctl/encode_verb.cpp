@@ -32,9 +32,9 @@ Only with --notation:
   caret      text with ^M        dollar   text with $0D        percent  text with %0D
 
 Several arguments are joined by blanks; - reads standard input without its last line end.
-Put -- in front of a text that begins with a hyphen. Line ends become the bytes that
-leave (0D, 0A, 09), not the daemon's own escapes \r, \n, \t: a text of backslash and
-letter is only needed in data that other programs write.
+Put -- in front of a text that begins with a hyphen. Line ends and tabs become the bytes
+that leave (0D, 0A, 09), not the daemon's own escapes, a backslash and a letter as two
+bytes of the data; \\r makes these, and the daemon replaces them.
 
 The value alone goes to standard output; what was understood, and what is wrong with
 it, to standard error. Exit status 3: the value has a fault, and is printed all the same.

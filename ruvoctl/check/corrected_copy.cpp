@@ -6,8 +6,10 @@
 #include <dtl/dtl.hpp>
 
 #include <algorithm>
+#include <map>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace ruvo::ctl {
 namespace {
@@ -94,8 +96,9 @@ std::string shown_line(std::string_view line) {
 }  // namespace
 
 std::string apply_edits(const std::string& text, std::vector<Edit> edits) {
+    // What is added in a place stands in front of what replaces the text behind it.
     std::stable_sort(edits.begin(), edits.end(), [](const Edit& left, const Edit& right) {
-        return left.offset < right.offset;
+        return std::pair(left.offset, left.length > 0) < std::pair(right.offset, right.length > 0);
     });
     std::string result;
     std::size_t position = 0;

@@ -47,7 +47,7 @@ compadd() {
     builtin compadd "$@"
 }
 record() {
-    print -rnN -- "$BUFFER"$'\n'"${(F)offered}"$'\n' >>$RECORDS
+    { printf '%s\n' "$BUFFER" $offered; printf '\0' } >>$RECORDS
     BUFFER='' offered=()
 }
 typeset -a offered
