@@ -86,8 +86,7 @@ class TextWriter {
 bool reads_back(std::string_view text, std::string_view bytes) {
     if (text.empty() || text.starts_with('-')) return false;
     try {
-        const Reading reading = read_as_most_likely(text);
-        return reading.notation == Notation::kText && reading.bytes == bytes;
+        return read_as_most_likely(text).bytes == bytes;
     } catch (const Misfit&) {
         return false;
     }

@@ -56,14 +56,22 @@ bool fits(HexMark mark, std::size_t digits) {
     return digits == 1 || digits == 2;
 }
 
-// Why a run of digits is no number.
-Misfit misfit_at(std::string_view text, std::size_t position, std::string_view digits) {
+bool may_hold_several_bytes(HexMark mark) {
+    return mark == HexMark::kZeroX || mark == HexMark::kAmpersand || mark == HexMark::kDollar;
+}
+
+// Why a run of digits is no number with this mark.
+Misfit misfit_at(HexMark mark, std::string_view text, std::size_t position,
+                 std::string_view digits) {
     if (digits.empty()) {
         return {position, position < text.size() ? "this is no hexadecimal digit"
                                                  : "a hexadecimal digit is missing"};
     }
-    if (digits.size() > 2) return {position + 2, "more digits than a byte has"};
-    return {position + digits.size(), "a second hexadecimal digit is missing"};
+    if (digits.size() == 1) return {position + 1, "a second hexadecimal digit is missing"};
+    if (may_hold_several_bytes(mark)) {
+        return {position + digits.size() - 1, "a digit without its second one"};
+    }
+    return {position + 2, "more digits than a byte has"};
 }
 
 HexNumber number_of(HexMark mark, std::string_view digits, std::size_t end) {
@@ -84,7 +92,8 @@ HexNumber read_unmarked(std::string_view text, std::size_t position) {
     if (h && digits.size() == 3 && digits[0] == '0') {
         return number_of(HexMark::kTrailingH, digits.substr(1), end + 1);
     }
-    if (!fits(HexMark::kNone, digits.size())) throw misfit_at(text, position, digits);
+    if (!fits(HexMark::kNone, digits.size()))
+        throw misfit_at(HexMark::kNone, text, position, digits);
     return number_of(h ? HexMark::kTrailingH : HexMark::kNone, digits, h ? end + 1 : end);
 }
 
@@ -93,7 +102,7 @@ HexNumber read_enclosed(HexMark mark, std::string_view text, std::size_t positio
     const std::string_view rest = text.substr(position);
     const std::size_t begin = position + (rest.starts_with("0x") || rest.starts_with("0X") ? 2 : 0);
     const std::string_view digits = digits_at(text, begin);
-    if (!fits(mark, digits.size())) throw misfit_at(text, begin, digits);
+    if (!fits(mark, digits.size())) throw misfit_at(mark, text, begin, digits);
     const std::size_t end = begin + digits.size();
     const char closing = mark == HexMark::kBracket ? ']' : '>';
     if (end == text.size() || text[end] != closing) {
@@ -211,7 +220,7 @@ HexNumber read_hex_number(std::string_view text, std::size_t position) {
             return read_enclosed(mark, text, begin);
         }
         const std::string_view digits = digits_at(text, begin);
-        if (!fits(mark, digits.size())) throw misfit_at(text, begin, digits);
+        if (!fits(mark, digits.size())) throw misfit_at(mark, text, begin, digits);
         return number_of(mark, digits, begin + digits.size());
     }
     return read_unmarked(text, position);

@@ -153,15 +153,17 @@ _ruvoctl_offer_events() {
 _ruvoctl_options() {
     case $1 in
         check)
-            options=(--color --explain --fix --help --json --list-ids --sarif --status
-                --strict --test --word -h)
+            options=(--address --color --explain --file --fix --help --json --list-ids --sarif
+                --status --strict --test --word -f -h)
             ;;
         plan)
             options=(--all --color --disabled --file --format --help --json --names --now
                 --status --test --timeline --trigger-text --uptime --word -f -h)
             ;;
-        encode) options=(--color --help --json --notation --terminator -h) ;;
-        decode) options=(--color --help --json -h) ;;
+        encode)
+            options=(--color --cr --crlf --help --json --key --lf --notation --terminator -h)
+            ;;
+        decode) options=(--color --help --json --notation -h) ;;
         help) options=(--help -h) ;;
         *) options=(--help --version -h) ;;
     esac
@@ -169,7 +171,8 @@ _ruvoctl_options() {
 
 # Offers the values of an option, behind a prefix; fails when it takes none.
 _ruvoctl_offer_values() {
-    local option=$1 prefix=$2 value
+    local option=$1 prefix=$2
+    local -a values
     case $option in
         -f | --file | --status | --fix) _ruvoctl_offer_files "$prefix" ;;
         --color) _ruvoctl_offer "${prefix}auto" "${prefix}always" "${prefix}never" ;;
@@ -178,11 +181,11 @@ _ruvoctl_offer_values() {
         --format) _ruvoctl_offer "${prefix}text" "${prefix}json" "${prefix}svg" ;;
         --word) _ruvoctl_offer "${prefix}32" "${prefix}64" ;;
         --notation)
-            for value in hex separated-hex quoted text raw caret dollar percent; do
-                _ruvoctl_offer "$prefix$value"
-            done
+            values=(hex separated-hex quoted text raw caret dollar percent)
+            if [[ ${words[1]} == decode ]]; then values=(text c spaced); fi
+            _ruvoctl_offer "${values[@]/#/"$prefix"}"
             ;;
-        --now | --terminator | --trigger-text | --uptime) ;;
+        --address | --key | --now | --terminator | --trigger-text | --uptime) ;;
         *) return 1 ;;
     esac
 }

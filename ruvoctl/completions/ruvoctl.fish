@@ -2,8 +2,6 @@
 
 set -l verbs check plan encode decode help
 
-# The command's words before the cursor that are no options of ruvoctl itself; the first
-# of them is the verb.
 function __ruvoctl_verb_is
     set -l words (commandline -opc)
     test (count $words) -gt 1; and contains -- $words[2] $argv
@@ -13,7 +11,7 @@ function __ruvoctl_needs_verb
     test (count (commandline -opc)) -eq 1
 end
 
-# The events of the file that the line names.
+# The events of the file that the line names, when it names no event yet.
 function __ruvoctl_events
     set -l words (commandline -opc)
     set -l ask $words[1] plan --names
@@ -29,11 +27,19 @@ function __ruvoctl_events
                 set file (string replace -- --file= '' $words[$i])
             case '-f*'
                 set file (string replace -- -f '' $words[$i])
+            case --color --disabled --format --now --status --uptime --word
+                set i (math $i + 1)
             case --test
                 set -a ask --test
+            case --all --names '--trigger-text*'
+                # Neither of them goes with an event.
+                return
             case --
                 set literal yes
-                break
+                test $i -eq (count $words); or return
+            case '-*'
+            case '*'
+                return
         end
         set i (math $i + 1)
     end
@@ -74,6 +80,7 @@ complete -c ruvoctl -n '__ruvoctl_verb_is check plan' -l word -x -a '32 64' -d '
 complete -c ruvoctl -n '__ruvoctl_verb_is check plan' -l status -r -F -d 'The items that the device reports'
 
 complete -c ruvoctl -n '__ruvoctl_verb_is check' -F
+complete -c ruvoctl -n '__ruvoctl_verb_is check' -l address -x -d 'Write another address into the copy'
 complete -c ruvoctl -n '__ruvoctl_verb_is check' -l explain -x -a '(__ruvoctl_ids)' -d 'Explain an id'
 complete -c ruvoctl -n '__ruvoctl_verb_is check' -l fix -r -F -d 'Write a corrected copy'
 complete -c ruvoctl -n '__ruvoctl_verb_is check' -l list-ids -d 'Print every id'
@@ -81,7 +88,7 @@ complete -c ruvoctl -n '__ruvoctl_verb_is check' -l sarif -d 'Print a SARIF docu
 complete -c ruvoctl -n '__ruvoctl_verb_is check' -l strict -d 'Let warnings count as problems'
 
 complete -c ruvoctl -n '__ruvoctl_verb_is plan' -a '(__ruvoctl_events)'
-complete -c ruvoctl -n '__ruvoctl_verb_is plan' -s f -l file -r -F -d 'The settings file'
+complete -c ruvoctl -n '__ruvoctl_verb_is check plan' -s f -l file -r -F -d 'The settings file'
 complete -c ruvoctl -n '__ruvoctl_verb_is plan' -l all -d 'Plan every event'
 complete -c ruvoctl -n '__ruvoctl_verb_is plan' -l disabled -x -a "trigger\t'When the event is triggered' run\t'Before the event runs'" -d 'The switch is off'
 complete -c ruvoctl -n '__ruvoctl_verb_is plan' -l format -x -a 'text json svg' -d 'The form of the output'
@@ -91,5 +98,10 @@ complete -c ruvoctl -n '__ruvoctl_verb_is plan' -l timeline -d 'Draw the steps o
 complete -c ruvoctl -n '__ruvoctl_verb_is plan' -l trigger-text -x -d 'What a client sends'
 complete -c ruvoctl -n '__ruvoctl_verb_is plan' -l uptime -x -d 'How long the system has been up'
 
+complete -c ruvoctl -n '__ruvoctl_verb_is encode' -l cr -d 'End the message with a carriage return'
+complete -c ruvoctl -n '__ruvoctl_verb_is encode' -l crlf -d 'End it with a carriage return and a line feed'
+complete -c ruvoctl -n '__ruvoctl_verb_is encode' -l key -x -d 'Print the settings line of a key'
+complete -c ruvoctl -n '__ruvoctl_verb_is encode' -l lf -d 'End the message with a line feed'
 complete -c ruvoctl -n '__ruvoctl_verb_is encode' -l notation -x -a 'hex separated-hex quoted text raw caret dollar percent' -d 'How the text is written'
 complete -c ruvoctl -n '__ruvoctl_verb_is encode' -l terminator -x -d 'What ends the message'
+complete -c ruvoctl -n '__ruvoctl_verb_is decode' -l notation -x -a 'text c spaced' -d 'Print the bytes in this form alone'

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <string_view>
+#include <utility>
 
 namespace ruvo::ctl {
 namespace {
@@ -32,9 +33,20 @@ text { font: 13px sans-serif; fill: #222; }
 </style>
 )";
 
+// Two characters of UTF-8 that XML does not know.
+std::string without_noncharacters(std::string text) {
+    for (const auto& [character, name] : {std::pair("\xEF\xBF\xBE", "\\xEF\\xBF\\xBE"),
+                                          std::pair("\xEF\xBF\xBF", "\\xEF\\xBF\\xBF")}) {
+        for (auto at = text.find(character); at != std::string::npos; at = text.find(character)) {
+            text.replace(at, 3, name);
+        }
+    }
+    return text;
+}
+
 std::string xml_text(std::string_view text) {
     std::string escaped;
-    for (const char character : printable(text, Backslash::kAsItIs)) {
+    for (const char character : without_noncharacters(printable(text, Backslash::kAsItIs))) {
         switch (character) {
             case '&':
                 escaped += "&amp;";

@@ -175,6 +175,7 @@ std::string voided_text(const VoidingLine& voided, std::string_view file, const 
 std::string trigger_fate(const PlannedTrigger& trigger) {
     if (trigger.command) return "a command: it triggers no event of these settings";
     if (!trigger.text) return "no bytes: no request, no reply";
+    if (trigger.lookups == 0) return "events are switched off: it is not looked up";
     return trigger.lookups == 1
                ? "looked up once"
                : fmt::format("looked up {} times, as a whole each time", trigger.lookups);

@@ -12,7 +12,8 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr std::string_view kLegend = "#### leaves in this time   ---- TCP, at most   x not sent\n";
+constexpr std::string_view kLegend =
+    "####  leaves in this time   ----  TCP, at most   x  not sent\n";
 
 // Where the bars stand: behind the labels, as many columns as are left.
 struct Canvas {

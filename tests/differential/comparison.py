@@ -92,10 +92,7 @@ def compare(expected, arrivals):
     differences = [_describe_missing(one, surplus) for one in missing]
     differences += [Difference(f"NOT PLANNED: {arrival}") for arrival in surplus]
     spreads = _spreads(matched, expected)
-    differences += [
-        Difference(f"UNEVEN: the steps of {label} tell of starts {spread:.1f} ms apart", may_be_the_machine=True)
-        for label, spread in spreads if spread > TOLERANCE_MS
-    ]
+    differences += [_uneven(label, spread) for label, spread in spreads if spread > TOLERANCE_MS]
     margins = [(one.end_ns - arrival.time_ns) / NS_PER_MS for one, arrival in matched]
     return Result(differences, matched, margins, [spread for _, spread in spreads])
 
@@ -143,6 +140,11 @@ def _describe_missing(one, surplus):
     return Difference(f"LATE by {late_ms:.1f} ms: {text}", may_be_the_machine=True)
 
 
+def _uneven(label, spread_ms):
+    text = f"UNEVEN: the steps of {label} tell of starts {spread_ms:.1f} ms apart"
+    return Difference(text, may_be_the_machine=True)
+
+
 def _spreads(matched, expected):
     """For each execution how far its steps' arrivals are from being evenly late.
 
@@ -177,7 +179,7 @@ def compare_event_log(predictions, text):
         stamp = STAMP.match(rest)
         found = _longest(planned, rest[stamp.end() :]) if stamp else None
         if not found:
-            return [Difference(f"EVENT LOG: nothing planned begins like {rest[:200]!r}; left: {planned[:5]}")]
+            return [Difference(f"EVENT LOG: no plan begins like {rest[:200]!r}; left: {planned[:5]}")]
         number, line = found
         planned.pop(number)
         rest = rest[stamp.end() + len(line) :]

@@ -33,7 +33,8 @@ class Counts:
     compared: int = 0  # of them those that have to arrive
     arrivals: int = 0
     kinds: collections.Counter = dataclasses.field(default_factory=collections.Counter)
-    outcomes: collections.Counter = dataclasses.field(default_factory=collections.Counter)  # of events not run
+    # Of the events that do not run.
+    outcomes: collections.Counter = dataclasses.field(default_factory=collections.Counter)
     margins_ms: list[float] = dataclasses.field(default_factory=list)
     spreads_ms: list[float] = dataclasses.field(default_factory=list)
     repeated: int = 0  # rounds that were late or uneven, and were neither when they ran again
@@ -66,8 +67,8 @@ class Counts:
     def _add_kinds(self, step, steps_of_its_time):
         """Of the steps that are sent or deliberately skipped."""
         kinds = {
-            "with macros": step.has_macros, "cut": step.is_cut, "equal due times above 0": steps_of_its_time > 1,
-            "skipped": step.outcome == "skipped",
+            "with macros": step.has_macros, "cut": step.is_cut,
+            "equal due times above 0": steps_of_its_time > 1, "skipped": step.outcome == "skipped",
         }
         self.kinds["at least one of these"] += any(kinds.values())
         kinds["sent where no receiver hears it"] = step.outcome == "sends" and not step.is_heard
@@ -77,18 +78,18 @@ class Counts:
         sent_or_skipped = max(1, self.steps - self.lost)
         lines = [
             f"rounds {self.rounds} (void files {self.void_files}), daemons started {self.daemons}",
-            f"triggers {self.triggers}, events queued {self.events}, steps {self.steps} (lost {self.lost})",
+            f"triggers {self.triggers}, events found {self.events}, steps {self.steps} (lost {self.lost})",
             f"sends planned {self.sends}, arrivals compared {self.compared} of {self.arrivals}",
             *(f"  {kind}: {number} ({100 * number / sent_or_skipped:.0f} % of what is sent or skipped)"
               for kind, number in self.kinds.most_common()),
-            "events that do not run: " + (", ".join(f"{n} {outcome}" for outcome, n in self.outcomes.items()) or "none"),
+            f"events that do not run: {dict(self.outcomes)}",
         ]
         if self.margins_ms:
             lines.append(f"nearest to its window's end: {min(self.margins_ms):.1f} ms before it")
         if self.spreads_ms:
             lines.append(f"most uneven event: {max(self.spreads_ms):.1f} ms")
-        lines.append(f"rounds that ran again because of the machine {self.repeated}, differences {self.differences}")
-        return "\n".join(lines)
+        lines.append(f"rounds that ran again because of the machine {self.repeated}")
+        return "\n".join(lines + [f"differences {self.differences}"])
 
 
 class Run:
@@ -116,7 +117,7 @@ class Run:
     def _one(self, one_round):
         observation, differences = self._observe(one_round)
         if differences and all(difference.may_be_the_machine for difference in differences):
-            self._say(f"-- seed {self._seed}, round {one_round.number} runs again: " + "; ".join(map(str, differences)))
+            self._say("\n".join([f"-- round {one_round.number} runs again", *map(str, differences)]))
             self.counts.repeated += 1
             observation, differences = self._observe(one_round)
         if differences:
@@ -128,9 +129,7 @@ class Run:
         observation = self._session.run(one_round)
         differences, result = differences_of(observation)
         self.counts.add(observation, result)
-        self._has_stale |= any(
-            execution.outcome == "stale" for prediction in observation.predictions for execution in prediction.executions
-        )
+        self._has_stale |= "stale" in observation.event_outcomes()
         return observation, differences
 
     def _session_for(self, one_round):
@@ -151,8 +150,8 @@ class Run:
         self._patient = self._patient and not waits
         late = self._session.new_arrivals()
         if late:
-            text = f"seed {self._seed}, round {self._last_round.number}: NOT PLANNED, behind all windows: {late}"
-            self._note_failure(text, len(late))
+            place = f"seed {self._seed}, round {self._last_round.number}"
+            self._note_failure(f"{place}: NOT PLANNED, behind all windows: {late}", len(late))
 
     def _end_session(self):
         session, self._session = self._session, None

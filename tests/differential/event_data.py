@@ -5,8 +5,8 @@ from step_values import pick_weighted
 CUT = 103  # so many bytes of a message leave at most
 
 WORDS = (
-    b"POWER ON", b"input HDMI1", b"\x81\x01\x04\x00\x02\xff", b"%1POWR 1", b"volume=42", b"\xe4\xf6\xfc", b"ka 00 01",
-    b"!", b"{", b"}", b"\\", b"#", b"",
+    b"POWER ON", b"input HDMI1", b"\x81\x01\x04\x00\x02\xff", b"%1POWR 1", b"volume=42", b"\xe4\xf6\xfc",
+    b"ka 00 01", b"!", b"{", b"}", b"\\", b"#", b"",
 )
 ESCAPES = (rb"\r", rb"\n", rb"\t", rb"\r\n", rb"\\n", rb"\x0D", b"\r", b"\n", rb"\\\n\r", rb"\R", b"\\")
 CLOCK_MACROS = (
@@ -15,9 +15,9 @@ CLOCK_MACROS = (
 )
 ODD_MACROS = (
     b"{{unknown}}", b"{{}}", b"{{a{{time}}", b"{{time", b"time}}", b"}}{{date}}", b"{{{time}}}", b"{{ time}}",
-    b"{{time }}", b"{time}", b"{{{{time}}}}", b"{{time\\n}}", b"{{}}{{}}", b"{{ti\0me}}", b"{{time\0}}", b"\\{{half}}",
-    b"{{esc}}", b"{{brace}}", b"{{nest}}", b"{{long}}", b"{{name }}", b"{{MODEL}}", b"{{half}}\\{{half}}", b"{{a}b}}",
-    b"{{time}",
+    b"{{time }}", b"{time}", b"{{{{time}}}}", b"{{time\\n}}", b"{{}}{{}}", b"{{ti\0me}}", b"{{time\0}}",
+    b"\\{{half}}", b"{{esc}}", b"{{brace}}", b"{{nest}}", b"{{long}}", b"{{name }}", b"{{MODEL}}",
+    b"{{half}}\\{{half}}", b"{{a}b}}", b"{{time}",
 )
 
 
@@ -70,6 +70,6 @@ def hex_text(random, data, trap):
     return random.choice((
         plain[:-1], plain + b"G1", b"G" + plain, plain.replace(b"0", b"G", 2), data.hex(" ").encode(),
         b",".join(b"0x%02x" % byte for byte in data), b"\\x" + plain, data.replace(b"\n", b""), plain + b"\r",
-        plain + b" ", b" " + plain, b"", plain + b"00" + plain, b"-1" + plain, plain + b"1", plain[:4] + b"  " + plain[4:],
-        plain[:6] + b"=" + plain[6:], data.hex(":").encode(), b"+" + plain,
+        plain + b" ", b" " + plain, b"", plain + b"00" + plain, b"-1" + plain, plain + b"1",
+        plain[:4] + b"  " + plain[4:], plain[:6] + b"=" + plain[6:], data.hex(":").encode(), b"+" + plain,
     ))

@@ -124,8 +124,8 @@ def _settings(random, item_names, void, largest=9, is_test=False):
     if random.random() < 0.08:
         random.shuffle(lines)
     if void:
-        key = random.choice(names).encode("latin-1") + random.choice((b"IP", b"Data", b"Count", b"XMLfield", b"Delay"))
-        line = key + random.choice(step_values.INDEX_VOIDS) + b"=1"
+        field = random.choice((b"IP", b"Data", b"Count", b"XMLfield", b"Delay"))
+        line = random.choice(names).encode("latin-1") + field + random.choice(step_values.INDEX_VOIDS) + b"=1"
         lines.insert(random.randrange(len(lines) + 1), line)
     return dress_lines(random, lines), events
 
@@ -136,8 +136,10 @@ def _slow_events(random):
     for name, delay in ((b"Slow", 1), (b"Slower", random.choice((1, 2)))):
         lines += [
             name + b"Count=2", name + b"Delay=%d" % delay, name + b"IP0=10.1.2.3", name + b"Port0=5000",
-            name + b"Protocol0=UDP", name + b"Data0=" + event_data.message(random, [b"model"]).hex().encode(),
-            name + b"IP1=203.0.113.7", name + b"Port1=6000", name + b"Protocol1=TCP", name + b"Data1=736C6F77",
+            name + b"Protocol0=UDP",
+            name + b"Data0=" + event_data.message(random, [b"model"]).hex().encode(),
+            name + b"IP1=203.0.113.7", name + b"Port1=6000", name + b"Protocol1=TCP",
+            name + b"Data1=736C6F77",
         ]
     return lines
 
@@ -166,8 +168,9 @@ def _requests(random, events):
 def _request(random, trigger):
     """What a client sends; nothing but the plain forms finds the event."""
     return pick_weighted(random, (
-        (70, trigger + b"\n"), (12, trigger), (5, trigger + b"=1\n"), (3, trigger + b"\r\n"), (2, trigger.swapcase() + b"\n"),
-        (2, trigger + b" \n"), (2, trigger + b"\n" + trigger + b"\n"), (1, trigger + b"\n\n"), (1, b" " + trigger + b"\n"),
+        (70, trigger + b"\n"), (12, trigger), (5, trigger + b"=1\n"), (3, trigger + b"\r\n"),
+        (2, trigger.swapcase() + b"\n"), (2, trigger + b" \n"), (2, trigger + b"\n" + trigger + b"\n"),
+        (1, trigger + b"\n\n"), (1, b" " + trigger + b"\n"),
     )) or b"\n"
 
 

@@ -141,7 +141,8 @@ class Predictor:
         return self.run(words + ["--trigger-text=" + "".join(f"\\x{byte:02x}" for byte in trigger.request)])
 
     def _words(self, given, clock, uptime):
-        words = [self._program, "plan", "--json", "-f", given.settings, f"--now={clock}", f"--uptime={uptime}"]
+        words = [self._program, "plan", "--json", "-f", given.settings]
+        words += [f"--now={clock}", f"--uptime={uptime}"]
         if given.status is not None:
             words.append(f"--status={given.status}")
         if given.switch != "on":
@@ -162,7 +163,8 @@ class Predictor:
 
 def _reads_the_clock(document):
     sources = {
-        macro["source"] for event in document["events"] for step in event["steps"] for macro in step["macros"]
+        macro["source"]
+        for event in document["events"] for step in event["steps"] for macro in step["macros"]
     }
     return bool(sources & {"date", "time", "uptime"})
 
@@ -171,7 +173,9 @@ def _merged(documents, report):
     return tuple(
         Execution(
             events[0]["name"], _same(events, "outcome"),
-            tuple(_merged_step(steps, report) for steps in _in_parallel([event["steps"] for event in events])),
+            tuple(
+                _merged_step(steps, report) for steps in _in_parallel([event["steps"] for event in events])
+            ),
         )
         for events in _in_parallel([document["events"] for document in documents])
     )
@@ -185,7 +189,8 @@ def _merged_step(steps, report):
         number=first["step"], outcome=_same(steps, "outcome"), reason=_same(steps, "reason"),
         protocol=SENDER_PROTOCOLS.get(_same(steps, "sender")), to=_reached(destination),
         alternatives=frozenset([report] if sends_report and report else map(_data, steps)),
-        due_ms=_same(steps, "due_ms"), earliest_ms=_same(steps, "earliest_ms"), latest_ms=_same(steps, "latest_ms"),
+        due_ms=_same(steps, "due_ms"),
+        earliest_ms=_same(steps, "earliest_ms"), latest_ms=_same(steps, "latest_ms"),
         has_macros=bool(first["macros"]), is_cut=first["cut_bytes"] > 0,
         log_lines=frozenset(bytes_of(step["log_line"]) for step in steps),
     )

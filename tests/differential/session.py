@@ -38,6 +38,9 @@ class Observation:
     remarks: list[Difference]  # differences that are no matter of arrivals
     is_void: bool  # the daemon goes by an earlier file
 
+    def event_outcomes(self):
+        return {execution.outcome for prediction in self.predictions for execution in prediction.executions}
+
 
 class Session:
     """One run of the daemon, and the receiver and the status service beside it."""
@@ -94,11 +97,18 @@ class Session:
         self._device.write_settings(b"".join(settings))
         self._daemon = self._device.start_daemon(uptime_s=self._world.uptime_s)
         if self._world.service == "full":
-            self._daemon.wait_for_supervision()
+            self._wait_for_the_first_measurement()
         else:
             self._daemon.wait_for_output(r"wait getStatus\.\.\.1\n")
         empty = self._copy(b"")
         self._effective = self._effective_after(settings, self._builds()[1] > 0, empty)
+
+    def _wait_for_the_first_measurement(self):
+        """The uptime is 0 until a second begins while the daemon supervises."""
+        self._daemon.wait_for_supervision()
+        second = int(time.time())
+        wait_until(lambda: int(time.time()) > second, "a second begins")
+        self._daemon.wait_for_passes(1)
 
     def _start_receiver(self):
         self._record = STATE / "arrivals.json"
@@ -107,7 +117,8 @@ class Session:
         output = STATE / "receiver.out"
         with open(output, "wb") as stdout:
             self._device.start(
-                [harness.DEVKIT / "ruvo-receiver", "--json", "--record", self._record, *listen], stdout=stdout
+                [harness.DEVKIT / "ruvo-receiver", "--json", "--record", self._record, *listen],
+                stdout=stdout,
             )
         wait_until(lambda: text_of(output).startswith("ready"), "the receiver listens")
 

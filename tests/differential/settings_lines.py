@@ -46,7 +46,8 @@ class EventLines:
         random, name, steps = self._random, self._name, self.steps
         usual = b"%d" % steps
         values = (
-            (70, usual), (5, b"%d" % (steps + random.randint(1, 3))), (3, b"%d" % max(1, steps - 1)), (1, b"128"),
+            (70, usual), (5, b"%d" % (steps + random.randint(1, 3))), (3, b"%d" % max(1, steps - 1)),
+            (1, b"128"),
             (1, b"129"), (1, b"300"), (2, usual + b"abc"), (2, b" " + usual), (1, b"+0" + usual),
             (1, b"%d" % (steps + 2**32)), (2, usual + b" steps"), (1, usual + b".9"),
             (4, random.choice(step_values.COUNT_GARBAGE)),
@@ -61,9 +62,10 @@ class EventLines:
     def _event_delay_lines(self):
         random = self._random
         delays = (
-            (60, ()), (16, (random.choice(step_values.EVENT_DELAYS_AT_ONCE),)), (10, (b"1",)), (2, (b"2",)),
-            (6, (random.choice(step_values.EVENT_DELAYS_OF_ONE),)), (2, (random.choice(step_values.STALE_DELAYS),)),
-            (3, (b"1", b"0")), (1, (b"60", b"0")),
+            (60, ()), (10, (b"1",)), (2, (b"2",)), (3, (b"1", b"0")), (1, (b"60", b"0")),
+            (16, (random.choice(step_values.EVENT_DELAYS_AT_ONCE),)),
+            (6, (random.choice(step_values.EVENT_DELAYS_OF_ONE),)),
+            (2, (random.choice(step_values.STALE_DELAYS),)),
         )
         return [self._name + b"Delay=" + delay for delay in pick_weighted(random, delays)]
 
@@ -72,9 +74,10 @@ class EventLines:
         if random.random() < 0.6:
             return []
         trigger = pick_weighted(random, (
-            (10, b"on %d" % random.randrange(100)), (1, b""), (2, random.choice(other_names).encode("latin-1")),
-            (1, self._name + b" "), (1, b"a=b"), (1, b"x" * 300), (1, b"y" * random.choice((1022, 1023, 1024))),
-            (1, b"{{time}}"), (1, b"__own"), (1, b"\xe4\xf6"), (1, b"cr\r"), (1, b"zero\0byte"), (1, self._name.lower()),
+            (10, b"on %d" % random.randrange(100)), (1, b""), (1, self._name + b" "), (1, b"a=b"),
+            (2, random.choice(other_names).encode("latin-1")), (1, self._name.lower()), (1, b"x" * 300),
+            (1, b"y" * random.choice((1022, 1023, 1024))), (1, b"{{time}}"), (1, b"__own"), (1, b"\xe4\xf6"),
+            (1, b"cr\r"), (1, b"zero\0byte"),
         ))
         self.triggers.append(trigger.split(b"\0")[0])
         return [self._name + b"XMLfield=" + trigger]
@@ -95,10 +98,14 @@ class EventLines:
             (3, [None] * steps),
             (2, [first] + [b"0"] * (steps - 1)),  # all due together
             (4, [step_values.step_delay(random, self._trap(2), largest) for _ in range(steps)]),
-            (2, [None if random.random() < 0.4 else step_values.step_delay(random, self._trap(), largest)
-                 for _ in range(steps)]),
-            (1, [b"%d" % random.choice((0, 5)) for _ in range(steps)] if largest >= 5 else [b"1"] * steps),
+            (2, [self._delay_or_none(largest) for _ in range(steps)]),
+            (1, [b"%d" % random.choice((0, min(5, largest))) for _ in range(steps)]),
         ))
+
+    def _delay_or_none(self, largest):
+        if self._random.random() < 0.4:
+            return None
+        return step_values.step_delay(self._random, self._trap(), largest)
 
     def _one_step(self, number, delay):
         random = self._random
@@ -128,9 +135,9 @@ class EventLines:
         key = self._name + field + step_values.index(random, number, self._trap(), self.steps)
         if self._trap(0.3):
             # Delay without an index is the event's own, in seconds.
-            lost = (b" " + key, key.lower(), key.replace(b"IP", b"IPAddr"), b"#" + key, key + b" ", b"\t" + key)
             without_index = () if field == b"Delay" else (self._name + field,)
-            key = random.choice([text for text in lost if b"IPAddr" not in text] + list(without_index))
+            others = (b" " + key, key.lower(), b"#" + key, key + b" ", b"\t" + key)
+            key = random.choice(others + without_index)
         return self._padded(key + b"=" + value)
 
     def _padded(self, line):
@@ -145,8 +152,12 @@ class EventLines:
 
 def junk_lines(random):
     """What a file holds besides events."""
-    default = [b"EnableEvents=false", b"FastCableDetectEvents=false", b"GenericEventsCount=0", b"DataEncode=HEX"]
-    comments = [b"# comment", b"", b"no setting", b"#a=b", b"=", b"==", b"=value", b"\0hidden=1", b" ", b"Unknown=1"]
+    default = [
+        b"EnableEvents=false", b"FastCableDetectEvents=false", b"GenericEventsCount=0", b"DataEncode=HEX",
+    ]
+    comments = [
+        b"# comment", b"", b"no setting", b"#a=b", b"=", b"==", b"=value", b"\0hidden=1", b" ", b"Unknown=1",
+    ]
     return (default if random.random() < 0.5 else []) + random.sample(comments, random.randint(0, 4))
 
 

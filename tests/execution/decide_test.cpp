@@ -43,6 +43,15 @@ TEST(DecideRecord, ChecksTimesThenAgeThenStateThenDueTime) {
     }
 }
 
+TEST(DueNs, IsNeverBeforeTheRecordWasQueued) {
+    EventEntry record;
+    record.t_ns_cread = 5;
+    record.t_ns_exec = 7;
+    EXPECT_EQ(due_ns(record), 7);
+    record.t_ns_exec = 3;
+    EXPECT_EQ(due_ns(record), 5);
+}
+
 TEST(DecideRecord, KnowsAStaleRecordCreatedBeforeTheZeroOfItsClock) {
     const EventEntry record{"E", "E", -kSecond, -kSecond, {}, 0, 0, 0};
     EXPECT_EQ(decide_record(record, 59 * kSecond), RecordAction::kRun);

@@ -480,7 +480,7 @@ TEST(PlanEvent, AnIndexIsReadWithTheDevicesWord) {
     EXPECT_TRUE(plan_of(settings, given).voided.has_value());
 }
 
-TEST(PlanEvent, NamesAreThoseThatTriggers) {
+TEST(PlanEvent, NamesAreThoseThatTrigger) {
     const SettingsSource source =
         read_source("ACount=1\nBCount=1\nBXMLfield=Lamp\nCCount=1\nCXMLfield=A\nDCount=0\n");
     World given = world();

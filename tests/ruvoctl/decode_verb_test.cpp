@@ -1,0 +1,144 @@
+#include "tests/ruvoctl/encode_run.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace ruvo::ctl {
+namespace {
+
+TEST(DecodeVerb, ShowsTextNamesBytesAndWhatLeaves) {
+    const VerbResult result = run_codec({"decode", "02504F574552204F4E0D"});
+    EXPECT_EQ(result.out,
+              "value    02504F574552204F4E0D\n"
+              "bytes    10\n"
+              "text     \\x02POWER ON\\r\n"
+              "named    <STX>POWER ON<CR>\n"
+              "         02 50 4F 57 45 52 20 4F  4E 0D  \\x02POWER ON\\r\n"
+              "sent     all 10 bytes leave as they are\n");
+    EXPECT_EQ(result.talk, "");
+    EXPECT_EQ(result.status, 0);
+}
+
+TEST(DecodeVerb, ExplainsMacrosAndEscapes) {
+    const VerbResult result = run_codec({"decode", "LampData0=7B7B74696D657D7D5C725C6E"});
+    EXPECT_EQ(result.out,
+              "key      LampData0\n"
+              "value    7B7B74696D657D7D5C725C6E\n"
+              "bytes    12\n"
+              "text     {{time}}\\\\r\\\\n\n"
+              "named    {{time}}\\\\r\\\\n\n"
+              "         7B 7B 74 69 6D 65 7D 7D  5C 72 5C 6E  {{time}}\\\\r\\\\n\n"
+              "macro    {{time}} from byte 1 on becomes the time, as in \"03:18:38\"\n"
+              "escape   \\r from byte 9 on leaves as CR, 0D\n"
+              "escape   \\n from byte 11 on leaves as LF, 0A\n"
+              "sent     10 bytes leave: {{time}}\\r\\n\n");
+    EXPECT_EQ(result.status, 0);
+}
+
+TEST(DecodeVerb, NamesTheSourceOfEveryMacro) {
+    // {{date}}{{UpTime}}{{input}}
+    const std::string out =
+        run_codec({"decode", "7B7B646174657D7D7B7B557054696D657D7D7B7B696E7075747D7D"}).out;
+    EXPECT_NE(out.find("{{date}} from byte 1 on becomes the date, as in \"2024-10-17 \" with the "
+                       "blank\n"),
+              std::string::npos)
+        << out;
+    EXPECT_NE(
+        out.find("{{UpTime}} from byte 9 on becomes the seconds that the device has been up\n"),
+        std::string::npos)
+        << out;
+    EXPECT_NE(out.find("{{input}} from byte 19 on becomes the status item of exactly this name; "
+                       "nothing when the device reports none\n"),
+              std::string::npos)
+        << out;
+}
+
+TEST(DecodeVerb, TellsWhatTheChecksFind) {
+    const VerbResult result = run_codec({"decode", "81", "01"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out,
+              "value    81 01\n"
+              "bytes    3\n"
+              "text     \\x81\\x00\\x01\n"
+              "named    \\x81<NUL><SOH>\n"
+              "         81 00 01  \\x81\\x00\\x01\n"
+              "sent     1 byte leaves: \\x81\n"
+              "column 3: error[hex-separated]: ' ' between hexadecimal digits: they are read two "
+              "characters at a time\n"
+              "  effect: what leaves is \"\\x81\"\n"
+              "  fix: 8101\n");
+}
+
+struct FormCase {
+    std::string notation;
+    std::string out;
+};
+
+TEST(DecodeVerb, PrintsOneFormAloneWhenItIsAskedFor) {
+    const FormCase cases[] = {
+        {"text", "<STX>A<NUL>\n"}, {"c", "\\x02\\x41\\x00\n"}, {"spaced", "02 41 00\n"}};
+    for (const FormCase& c : cases) {
+        const VerbResult result = run_codec({"decode", "--notation", c.notation, "024100"});
+        EXPECT_EQ(result.out, c.out);
+        EXPECT_EQ(result.status, 3);
+        EXPECT_EQ(result.talk,
+                  "column 5: error[data-zero-byte]: byte 3 of 3 is zero\n"
+                  "  effect: it and all behind it is lost: 2 of 3 bytes leave\n");
+    }
+}
+
+struct MisuseCase {
+    std::vector<std::string> arguments;
+    std::string talk;
+};
+
+TEST(DecodeVerb, RefusesWhatHoldsNoValue) {
+    const MisuseCase cases[] = {
+        {{"decode", "LampPort0=5000"}, "ruvoctl: this settings line holds no data\n"},
+        {{"decode", "DataEncode=HEX"}, "ruvoctl: this settings line holds no data\n"},
+        {{"decode", "LampData0=41\nLampData1=42"},
+         "ruvoctl: more than one settings line; give the one with the data\n"},
+        {{"decode", "41\n42"}, "ruvoctl: a value is one line of text\n"},
+        {{"decode", "--notation", "spacd", "41"},
+         "--notation: there is no 'spacd'; did you mean 'spaced'?"},
+    };
+    for (const MisuseCase& c : cases) {
+        const VerbResult result = run_codec(c.arguments);
+        EXPECT_EQ(result.status, kWrongUsage) << c.talk;
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.talk, c.talk);
+    }
+}
+
+TEST(DecodeVerb, NoControlByteOfAValueReachesTheTerminal) {
+    const VerbResult result = run_codec({"decode", "Lamp\x1b[31mData0=4\x1b[1B5B"});
+    EXPECT_EQ(result.out.find('\x1b'), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("key      Lamp\\x1B[31mData0\n"), std::string::npos) << result.out;
+}
+
+TEST(DecodeVerb, JsonHoldsAllMembers) {
+    const VerbResult result = run_codec({"decode", "--json", "7B7B747D7D5C6E"});
+    EXPECT_EQ(result.status, 0);
+    auto document = nlohmann::ordered_json::parse(result.out);
+    document.erase("diagnostics");
+    EXPECT_EQ(document.dump(),
+              R"({"format":"ruvoctl.decode","version":1,"key":null,"value":"7B7B747D7D5C6E",)"
+              R"("bytes":{"hex":"7B7B747D7D5C6E","text":"{{t}}\\\\n"},)"
+              R"("sent":{"hex":"7B7B747D7D0A","text":"{{t}}\\n"},"macros":["t"]})");
+}
+
+TEST(DecodeVerb, JsonHoldsTheDiagnosticsWithTheCorrectedValue) {
+    const auto document =
+        nlohmann::ordered_json::parse(run_codec({"decode", "--json", "LampData0=81 01"}).out);
+    EXPECT_EQ(document["key"], "LampData0");
+    EXPECT_EQ(document["diagnostics"].dump(),
+              R"([{"id":"hex-separated","severity":"error","column":3,"end_column":4,)"
+              R"("cause":"' ' between hexadecimal digits: they are read two characters at a time",)"
+              R"("effect":"what leaves is \"\\x81\"","fix":"8101"}])");
+}
+
+}  // namespace
+}  // namespace ruvo::ctl
