@@ -83,12 +83,13 @@ std::string terminator_of(const EncodeOptions& options) {
     return options.terminator ? read_terminator(*options.terminator) : std::string();
 }
 
-// A carriage return in front of the line feed belongs to the line end too.
+// The line end that an editor or echo puts behind a text is not part of it.
 std::string fetch_notation(const Words& words, Notes& notes) {
     std::string text = fetch_text(words);
-    if (!words.from_standard_input) return text;
+    if (!words.from_standard_input || !text.ends_with('\n')) return text;
+    text.pop_back();
     if (text.ends_with('\r')) text.pop_back();
-    notes.push_back({text.size(), "a line end at the end of standard input is not encoded"});
+    notes.push_back({text.size(), "the line end behind it is not encoded"});
     return text;
 }
 

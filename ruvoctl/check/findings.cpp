@@ -126,7 +126,7 @@ std::string step_text(std::string_view event, std::size_t step) {
 }
 
 std::string quoted(std::string_view text) {
-    return "\"" + printable(text, Backslash::kAsItIs) + "\"";
+    return fmt::format("\"{}\"", printable(text, Backslash::kAsItIs));
 }
 
 }  // namespace ruvo::ctl

@@ -1,5 +1,6 @@
 #include "ruvoctl/codec/decode_input.h"
 
+#include "core/text_cut.h"
 #include "ruvoctl/settings_source.h"
 
 #include <string_view>
@@ -28,10 +29,11 @@ DecodeInput value_of_line(const std::string& text) {
 
 DecodeInput find_value(const std::string& text) {
     if (text.find('=') != std::string::npos) return value_of_line(text);
-    if (text.find_first_of(std::string_view("\n\0", 2)) != std::string::npos) {
+    const std::string_view value = without_line_feed(text);
+    if (value.find_first_of(std::string_view("\n\0", 2)) != std::string_view::npos) {
         return misuse("a value is one line of text");
     }
-    return {.key = {}, .value = text, .misuse = {}};
+    return {.key = {}, .value = std::string(value), .misuse = {}};
 }
 
 }  // namespace ruvo::ctl

@@ -71,6 +71,7 @@ void note_other_notations(std::string_view text, Notes& notes) {
 }
 
 std::optional<Reading> read_if_quoted(std::string_view text) {
+    if (text.find_first_of("\"'") == std::string_view::npos) return {};
     try {
         return of_text(Notation::kQuoted, read_quoted(text));
     } catch (const Misfit&) {

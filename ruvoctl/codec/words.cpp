@@ -1,6 +1,5 @@
 #include "ruvoctl/codec/words.h"
 
-#include "core/text_cut.h"
 #include "ruvoctl/input_text.h"
 
 #include <algorithm>
@@ -38,8 +37,7 @@ Words read_words(const CLI::App& verb, const std::string& first) {
 }
 
 std::string fetch_text(const Words& words) {
-    if (!words.from_standard_input) return words.text;
-    return std::string(without_line_feed(read_input("-")));
+    return words.from_standard_input ? read_input("-") : words.text;
 }
 
 }  // namespace ruvo::ctl

@@ -21,7 +21,7 @@ void add_words(CLI::App& verb, const std::string& name, std::string& first,
 // option.
 Words read_words(const CLI::App& verb, const std::string& first);
 
-// The text itself, or standard input without its last line feed. Throws FileError.
+// The text itself, or all of standard input. Throws FileError.
 std::string fetch_text(const Words& words);
 
 }  // namespace ruvo::ctl

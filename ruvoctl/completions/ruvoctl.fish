@@ -14,6 +14,7 @@ end
 # The events of the file that the line names, when it names no event yet.
 function __ruvoctl_events
     set -l words (commandline -opc)
+    command -q $words[1]; or return
     set -l ask $words[1] plan --names
     set -l file
     set -l literal no
@@ -60,6 +61,7 @@ end
 # The ids of everything that check finds.
 function __ruvoctl_ids
     set -l words (commandline -opc)
+    command -q $words[1]; or return
     $words[1] check --list-ids </dev/null 2>/dev/null
 end
 

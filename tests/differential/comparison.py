@@ -9,6 +9,9 @@ import typing
 # socket and the receiver take.
 TOLERANCE_MS = 20.0
 
+# The senders of one execution are started one after another, each so much later at most.
+LAUNCH_MS = 0.3
+
 NS_PER_MS = 1_000_000
 
 
@@ -16,12 +19,12 @@ NS_PER_MS = 1_000_000
 class Difference:
     """What the daemon did otherwise than planned.
 
-    A busy machine makes arrivals late, or late by unequal times. Nothing but the daemon
-    or the plan makes them early, missing, surplus or of other bytes.
+    `uneven` names a step that came later than the others of its execution. A busy machine
+    does that too, but not to the same step every time.
     """
 
     text: str
-    may_be_the_machine: bool = False
+    uneven: typing.Optional[str] = None
 
     def __str__(self):
         return self.text
@@ -46,7 +49,9 @@ class Expected:
     begin_ns: int
     end_ns: int
     due_ms: float
+    step: int
     execution: tuple[int, int]  # the steps of one execution have one start
+    fetches_first: bool = False  # the status report, which takes the time that it takes
 
     def same_message(self, arrival):
         return (
@@ -62,7 +67,7 @@ class Result:
     differences: list[Difference]
     matched: list[tuple[Expected, Arrival]]
     margins_ms: list[float]  # how long before its window's end each arrival came
-    spreads_ms: list[float]  # how far apart the starts that the steps of an execution tell lie
+    lags_ms: list[float]  # how much later than the others of its execution each step came
 
 
 def expected_sends(predictions):
@@ -74,7 +79,7 @@ def expected_sends(predictions):
             # Zero lies between connecting and the echo.
             begin_ns=prediction.trigger.sent_ns + int(step.earliest_ms * NS_PER_MS),
             end_ns=prediction.trigger.echoed_ns + int((step.latest_ms + TOLERANCE_MS) * NS_PER_MS),
-            due_ms=step.due_ms, execution=(number, place),
+            due_ms=step.due_ms, step=step.number, execution=(number, place), fetches_first=step.sends_report,
         )
         for number, prediction in enumerate(predictions)
         for place, execution in enumerate(prediction.executions)
@@ -91,10 +96,10 @@ def compare(expected, arrivals):
     missing = [one for number, one in enumerate(expected) if number not in arrival_of]
     differences = [_describe_missing(one, surplus) for one in missing]
     differences += [Difference(f"NOT PLANNED: {arrival}") for arrival in surplus]
-    spreads = _spreads(matched, expected)
-    differences += [_uneven(label, spread) for label, spread in spreads if spread > TOLERANCE_MS]
+    lags = _lags(matched, expected)
+    differences += [_uneven(label, lag) for label, lag in lags if lag > TOLERANCE_MS]
     margins = [(one.end_ns - arrival.time_ns) / NS_PER_MS for one, arrival in matched]
-    return Result(differences, matched, margins, [spread for _, spread in spreads])
+    return Result(differences, matched, margins, [lag for _, lag in lags])
 
 
 def match(expected, arrivals):
@@ -137,30 +142,34 @@ def _describe_missing(one, surplus):
     if found.time_ns < one.begin_ns:
         return Difference(f"EARLY by {(one.begin_ns - found.time_ns) / NS_PER_MS:.1f} ms: {text}")
     late_ms = (found.time_ns - one.end_ns) / NS_PER_MS
-    return Difference(f"LATE by {late_ms:.1f} ms: {text}", may_be_the_machine=True)
+    return Difference(f"LATE by {late_ms:.1f} ms: {text}")
 
 
-def _uneven(label, spread_ms):
-    text = f"UNEVEN: the steps of {label} tell of starts {spread_ms:.1f} ms apart"
-    return Difference(text, may_be_the_machine=True)
+def _uneven(label, lag_ms):
+    return Difference(f"UNEVEN: {label} is {lag_ms:.1f} ms behind the others of its event", uneven=label)
 
 
-def _spreads(matched, expected):
-    """For each execution how far its steps' arrivals are from being evenly late.
+def _lags(matched, expected):
+    """How much later than the others of its execution each step has arrived, after its due time.
 
     Steps whose message is not the only one of its kind are left out: they may be paired
-    crosswise.
+    crosswise. So are status reports.
     """
     kinds = collections.Counter(
         (one.protocol, one.to, data) for one in expected for data in one.alternatives
     )
-    starts = collections.defaultdict(list)
+    pairs = collections.defaultdict(list)
     for one, arrival in matched:
-        if all(kinds[one.protocol, one.to, data] == 1 for data in one.alternatives):
-            starts[one.execution, one.label.rsplit(" step ", 1)[0]].append(
-                arrival.time_ns / NS_PER_MS - max(0.0, one.due_ms)
-            )
-    return [(label, max(times) - min(times)) for (_, label), times in starts.items() if len(times) > 1]
+        is_unique = all(kinds[one.protocol, one.to, data] == 1 for data in one.alternatives)
+        if is_unique and not one.fetches_first:
+            pairs[one.execution].append((one, arrival))
+    return [lag for of_one in pairs.values() for lag in _lags_of_execution(of_one)]
+
+
+def _lags_of_execution(pairs):
+    starts = [arrival.time_ns / NS_PER_MS - max(0.0, one.due_ms) for one, arrival in pairs]
+    first = min(starts)
+    return [(one.label, start - LAUNCH_MS * one.step - first) for start, (one, _) in zip(starts, pairs)]
 
 
 STAMP = re.compile(rb"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}  ")

@@ -8,15 +8,18 @@ import random as random_numbers
 import typing
 
 import event_data
+import settings_lines
 import step_values
 from settings_lines import EventLines, dress_lines, junk_lines
 from step_values import pick_weighted
 
 STEPS_OF_A_ROUND = 170  # more of them at once would hold up the executor's pass
 
-BUILT_INS = ("PowerOn", "DVIConnected", "DVIDisconnected")
+BUILT_INS = settings_lines.BUILT_INS
 PLAIN_NAMES = ("Lamp", "Beamer", "Saal 1", "X", "Screen-down", "R\xe4um", "lamp", "Wand;2", "a:b", "__Own")
-LIKE_BUILT_INS = ("dviconnected", "POWERON", "DVIDISCONNECTED", "PowerOn2")
+LIKE_BUILT_INS = (
+    "dviconnected", "POWERON", "DVIDISCONNECTED", "PowerOn2", "DviConnected", "DVIConnected2",
+)
 NAMES_WITH_FIELD_WORDS = (
     "DisplayPortOn", "HDMIPlug", "HDM", "CountdownStart", "DataWall", "MyIPCam", "PortalView", "ProtocolX",
     "DelayLine", "XMLfieldLamp", "LampCounter", "GenericEvents", "Count", "IP", "TheDelay",
@@ -38,6 +41,10 @@ class World:
     # "none" does not run, and "short" answers with too few items: the daemon then waits
     # for ever, with its port open and without an item.
     service: str = "full"
+
+    @property
+    def in_window(self):
+        return self.service != "full" or self.uptime_s <= 120
 
 
 @dataclasses.dataclass(frozen=True)
@@ -63,9 +70,11 @@ def make_round(seed, number):
     items, names = _items(random)
     if world.service == "short":
         items = _short_items(seed, number)
-    settings, events = _settings(random, names, void=number % 14 == 9 or random.random() < 0.01)
-    before, events_before = _settings(random, names, void=False)
-    test_settings, test_events = _settings(random, names, void=False, largest=3, is_test=True)
+    event_names = [_event_names(random, largest, world) for largest in (9, 9, 3)]
+    void = number % 14 == 9 or random.random() < 0.01
+    settings, events = _settings(random, names, event_names[0], void)
+    before, events_before = _settings(random, names, event_names[1])
+    test_settings, test_events = _settings(random, names, event_names[2], is_test=True)
     requests = _requests(random, events + events_before[:2])
     with_switch = not fresh and random.random() < 0.35
     return Round(
@@ -107,9 +116,8 @@ def _short_items(seed, number):
     return f"model:short\nserial:short-{seed}-{number}\na:1\nb:2\nc:3\n".encode()
 
 
-def _settings(random, item_names, void, largest=9, is_test=False):
+def _settings(random, item_names, names, void=False, is_test=False):
     """A settings file's lines, and its events as lists of the texts that may trigger them."""
-    names = _event_names(random, largest)
     budget = STEPS_OF_A_ROUND // (4 if is_test else 1)
     lines, events = junk_lines(random), []
     for name in names:
@@ -144,11 +152,11 @@ def _slow_events(random):
     return lines
 
 
-def _event_names(random, largest):
+def _event_names(random, largest, world):
     names = random.sample(PLAIN_NAMES, random.randint(1, largest - 1))
     if random.random() < 0.7:
         names += random.sample(BUILT_INS, random.randint(1, min(3, largest - 1)))
-    if random.random() < 0.25:
+    if random.random() < (0.7 if world.in_window else 0.25):
         names.append(random.choice(LIKE_BUILT_INS))
     if random.random() < 0.3:
         names.append(random.choice(NAMES_WITH_FIELD_WORDS))

@@ -50,6 +50,7 @@ class Step:
     outcome: str
     reason: typing.Optional[str]
     protocol: typing.Optional[str]
+    sends_report: bool
     to: str
     alternatives: frozenset[bytes]
     due_ms: float
@@ -187,7 +188,8 @@ def _merged_step(steps, report):
     sends_report = (first["sender"] or "").endswith("-status")
     return Step(
         number=first["step"], outcome=_same(steps, "outcome"), reason=_same(steps, "reason"),
-        protocol=SENDER_PROTOCOLS.get(_same(steps, "sender")), to=_reached(destination),
+        protocol=SENDER_PROTOCOLS.get(_same(steps, "sender")), sends_report=sends_report,
+        to=_reached(destination),
         alternatives=frozenset([report] if sends_report and report else map(_data, steps)),
         due_ms=_same(steps, "due_ms"),
         earliest_ms=_same(steps, "earliest_ms"), latest_ms=_same(steps, "latest_ms"),

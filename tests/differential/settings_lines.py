@@ -4,6 +4,8 @@ import event_data
 import step_values
 from step_values import pick_weighted
 
+BUILT_INS = ("PowerOn", "DVIConnected", "DVIDisconnected")
+
 TRAP = 0.05  # of each value, each index and each line
 
 # The sum of an event's step delays stays near this: a test waits for the last one.
@@ -18,6 +20,7 @@ class EventLines:
     def __init__(self, random, name, item_names, other_names, most_steps):
         self._random = random
         self._name = name
+        self._is_built_in = name.decode("latin-1") in BUILT_INS
         self._item_names = item_names
         self.steps = self._number_of_steps(most_steps)
         self.triggers = [name]
@@ -62,7 +65,8 @@ class EventLines:
     def _event_delay_lines(self):
         random = self._random
         delays = (
-            (60, ()), (10, (b"1",)), (2, (b"2",)), (3, (b"1", b"0")), (1, (b"60", b"0")),
+            (20 if self._is_built_in else 60, ()), (10, (b"1",)), (2, (b"2",)),
+            (3, (b"1", b"0")), (1, (b"60", b"0")),
             (16, (random.choice(step_values.EVENT_DELAYS_AT_ONCE),)),
             (6, (random.choice(step_values.EVENT_DELAYS_OF_ONE),)),
             (2, (random.choice(step_values.STALE_DELAYS),)),
@@ -71,7 +75,7 @@ class EventLines:
 
     def _trigger_lines(self, other_names):
         random = self._random
-        if random.random() < 0.6:
+        if random.random() < (0.3 if self._is_built_in else 0.6):
             return []
         trigger = pick_weighted(random, (
             (10, b"on %d" % random.randrange(100)), (1, b""), (1, self._name + b" "), (1, b"a=b"),

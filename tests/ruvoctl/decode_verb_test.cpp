@@ -72,6 +72,23 @@ TEST(DecodeVerb, TellsWhatTheChecksFind) {
               "  fix: 8101\n");
 }
 
+TEST(DecodeVerb, TakesOneLineOfStandardInputAsTheDaemonDoes) {
+    const struct {
+        std::string input;
+        std::string out;
+        const char* why;
+    } cases[] = {
+        {"4142\n", "41 42\n", "a value"},
+        {"LampData0=4142\n", "41 42\n", "a settings line"},
+        {"# Lamp\nLampData0=4142\n", "41 42\n", "what is no settings line is passed over"},
+        {"LampData0=4142\r\n", "41 42 00\n", "a carriage return is part of the value"},
+    };
+    for (const auto& c : cases) {
+        const StandardInput input(c.input);
+        EXPECT_EQ(run_codec({"decode", "--notation", "spaced", "-"}).out, c.out) << c.why;
+    }
+}
+
 struct FormCase {
     std::string notation;
     std::string out;

@@ -87,6 +87,37 @@ TEST(EncodeVerb, TellsWhatTheChecksFind) {
     EXPECT_NE(long_text.talk.find("error[data-too-long]"), std::string::npos) << long_text.talk;
 }
 
+TEST(EncodeVerb, DropsOneLineEndOfStandardInput) {
+    const struct {
+        std::string input;
+        std::string out;
+        const char* why;
+    } cases[] = {
+        {"PON\n", "504F4E\n", "a line feed"},
+        {"PON\r\n", "504F4E\n", "a carriage return and a line feed"},
+        {"PON", "504F4E\n", "no line end"},
+        {"PON\n\n", "504F4E0A\n", "two of them"},
+        {"81 01\n04 FF\n", "810104FF\n", "numbers in several lines"},
+        {std::string("A\0B\n", 4), "410042\n", "a zero byte"},
+    };
+    for (const auto& c : cases) {
+        const StandardInput input(c.input);
+        EXPECT_EQ(run_codec({"encode", "-"}).out, c.out) << c.why;
+    }
+}
+
+TEST(EncodeVerb, SaysThatALineEndIsDropped) {
+    const StandardInput input("PON\n");
+    EXPECT_EQ(run_codec({"encode", "-"}).talk,
+              "read as text: PON\n"
+              "character 4: note: the line end behind it is not encoded\n"
+              "all 3 bytes leave as they are\n");
+    const StandardInput bare("PON");
+    EXPECT_EQ(run_codec({"encode", "-"}).talk,
+              "read as text: PON\n"
+              "all 3 bytes leave as they are\n");
+}
+
 TEST(EncodeVerb, PointsAtWhatDoesNotFit) {
     EXPECT_EQ(run_codec({"encode", "--notation", "separated", "81 \x1b"}).talk,
               "ruvoctl: this is no separated-hex: character 4: this is no hexadecimal digit\n"

@@ -231,11 +231,11 @@ TEST_F(PlanVerb, ATimelineIsAsWideAsTheTerminal) {
         const auto begin = text.rfind('\n', text.find("|+")) + 1;
         return text.find('\n', begin) - begin;
     };
-    EXPECT_EQ(width_of_axis(), 80U);
+    EXPECT_EQ(width_of_axis(), 79U);
     ::setenv("COLUMNS", "120", 1);
-    EXPECT_EQ(width_of_axis(), 120U);
+    EXPECT_EQ(width_of_axis(), 119U);
     ::setenv("COLUMNS", "wide", 1);
-    EXPECT_EQ(width_of_axis(), 80U);
+    EXPECT_EQ(width_of_axis(), 79U);
     ::unsetenv("COLUMNS");
 }
 

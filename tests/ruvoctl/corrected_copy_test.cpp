@@ -1,0 +1,108 @@
+#include "ruvoctl/check/corrected_copy.h"
+
+#include "tests/ruvoctl/checked.h"
+
+namespace ruvo::ctl {
+namespace {
+
+std::string corrected(const std::string& text, const CheckOptions& options = {}) {
+    return corrected_copy(read_source(text), options);
+}
+
+TEST(ApplyEdits, ReplacesInsertsAndRemoves) {
+    EXPECT_EQ(apply_edits("abcdef", {}), "abcdef");
+    EXPECT_EQ(apply_edits("abcdef", {{2, 2, "X"}}), "abXef");
+    EXPECT_EQ(apply_edits("abcdef", {{0, 0, "<"}, {6, 0, ">"}}), "<abcdef>");
+    EXPECT_EQ(apply_edits("abcdef", {{4, 1, ""}, {1, 1, ""}}), "acdf") << "in any order";
+    EXPECT_EQ(apply_edits("ab", {{1, 0, "1"}, {1, 0, "2"}}), "a12b") << "at one place in theirs";
+}
+
+TEST(CorrectedLines, AreAsAPersonReadsThem) {
+    const SettingsSource source = read_source("BeamerPort =5000\r\nRoom=1\n");
+    EXPECT_EQ(corrected_lines(source, {{10, 1, "0"}}),
+              std::vector<std::string>{"BeamerPort0=5000"});
+    EXPECT_EQ(corrected_lines(source, {{18, 7, ""}}), std::vector<std::string>{"(remove line 2)"});
+}
+
+TEST(CorrectedCopy, LeavesGoodSettingsAlone) {
+    for (const std::string& text :
+         {std::string(), std::string(OneStep{}), good_and("# note\n\nRoom=Hall"),
+          std::string(OneStep{.port = "5000\r", .end = "\n"})}) {
+        EXPECT_EQ(corrected(text), text);
+    }
+}
+
+struct Correction {
+    const char* reason;
+    std::string before;
+    std::string after;
+};
+
+TEST(CorrectedCopy, MakesTheCertainCorrections) {
+    const std::vector<Correction> rows = {
+        {"a blank before the equals sign", good_and("BeamerDelay =1\n"),
+         good_and("BeamerDelay=1\n")},
+        {"brackets", OneStep{.name = "PowerOn", .more = "PowerOnDelay[0]=4\n"},
+         OneStep{.name = "PowerOn", .more = "PowerOnDelay0=4\n"}},
+        {"a blank in front", good_and(" BeamerDelay0=4\n"), good_and("BeamerDelay0=4\n")},
+        {"carriage returns in addresses only", OneStep{.end = "\r\n"},
+         "BeamerCount=1\r\nBeamerIP0=10.1.2.3\nBeamerPort0=5000\r\nBeamerProtocol0=UDP\r\n"
+         "BeamerData0=4F4E0D\r\n"},
+        {"a byte-order mark", "\xEF\xBB\xBF" + std::string(OneStep{}), OneStep{}},
+        {"lower case", OneStep{.protocol = "tcp"}, OneStep{.protocol = "TCP"}},
+        {"leading zeros", OneStep{.ip = "010.1.2.3"}, OneStep{.ip = "10.1.2.3"}},
+        {"blanks at an address", OneStep{.ip = " 10.1.2.3 "}, OneStep{.ip = "10.1.2.3"}},
+        {"separated digits", OneStep{.data = "4F 4E 0D"}, OneStep{.data = "4F4E0D"}},
+        {"a Count of garbage", OneStep{.count = "one"}, OneStep{}},
+    };
+    for (const Correction& row : rows) EXPECT_EQ(corrected(row.before), row.after) << row.reason;
+}
+
+TEST(CorrectedCopy, AnIndexIsAddedWhereItIsMissing) {
+    EXPECT_EQ(corrected("BeamerCount=1\nBeamerIP=10.1.2.3\nBeamerPort=5000\nBeamerProtocol=UDP\n"
+                        "BeamerData=4F4E\n"),
+              "BeamerCount=1\nBeamerIP0=10.1.2.3\nBeamerPort0=5000\nBeamerProtocol0=UDP\n"
+              "BeamerData0=4F4E\n");
+}
+
+TEST(CorrectedCopy, WhatOnlyAPersonKnowsStays) {
+    for (const std::string& text :
+         {std::string(OneStep{.ip = "beamer.example"}), std::string(OneStep{.port = "http"}),
+          std::string(OneStep{.ip = "255.255.255.255"}),
+          std::string(OneStep{.data = "8101040002FF"})}) {
+        EXPECT_EQ(corrected(text), text);
+    }
+}
+
+TEST(CorrectedCopy, AddressesAreReplacedByWhatIsGiven) {
+    CheckOptions options;
+    options.addresses = {{"beamer.example", "10.1.2.3"}, {"255.255.255.255", "10.1.2.4"}};
+    EXPECT_EQ(corrected(OneStep{.ip = "beamer.example"}, options), std::string(OneStep{}));
+    EXPECT_EQ(corrected(OneStep{.ip = "255.255.255.255"}, options),
+              std::string(OneStep{.ip = "10.1.2.4"}));
+    EXPECT_EQ(corrected(OneStep{.ip = "other.example"}, options),
+              std::string(OneStep{.ip = "other.example"}));
+}
+
+TEST(CorrectedCopy, FaultsBehindFaultsAreCorrectedToo) {
+    const std::string text =
+        "BeamerCount =1\r\nBeamerIP= 010.1.2.3\r\nBeamerPort0=5000\r\n"
+        " BeamerProtocol0=udp\r\nBeamerData0=0x4F 0x4E\r\n";
+    EXPECT_EQ(problems(corrected(text)), "") << corrected(text);
+}
+
+TEST(UnifiedDifference, ShowsWhatChanged) {
+    EXPECT_EQ(unified_difference("a\nb\nc\n", "a\nb\nc\n"), "");
+    EXPECT_EQ(unified_difference("a\nb\nc\n", "a\nX\nc\n"), "@@ -1,3 +1,3 @@\n a\n-b\n+X\n c\n");
+}
+
+TEST(UnifiedDifference, IsSafeForATerminal) {
+    const std::string text = unified_difference("\x1B[2J\n\x07\r\n", "\x1B[31m\x9B\n");
+    for (const char byte : text) {
+        const auto code = static_cast<unsigned char>(byte);
+        EXPECT_TRUE(byte == '\n' || (code >= 0x20 && code < 0x7F)) << static_cast<int>(code);
+    }
+}
+
+}  // namespace
+}  // namespace ruvo::ctl
