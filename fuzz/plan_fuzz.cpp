@@ -4,7 +4,7 @@
 #include "ruvoctl/plan/plan_status.h"
 #include "ruvoctl/plan/plan_svg.h"
 #include "ruvoctl/plan/plan_text.h"
-#include "ruvoctl/plan/status_report.h"
+#include "ruvoctl/status_report.h"
 #include "ruvoctl/plan/timeline.h"
 
 #include <algorithm>

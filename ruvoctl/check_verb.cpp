@@ -8,10 +8,11 @@
 #include "ruvoctl/nearest_word.h"
 #include "ruvoctl/output/printable.h"
 #include "ruvoctl/output/style.h"
-#include "ruvoctl/plan/status_report.h"
+#include "ruvoctl/status_report.h"
 #include "ruvoctl/verbs.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <memory>
@@ -41,7 +42,7 @@ struct CheckArguments {
     std::string fix;
     std::string status;
     std::vector<std::string> addresses;
-    int word_bits = 0;
+    std::optional<WordSize> word;
     bool list_ids = false;
     bool strict = false;
     bool sarif = false;
@@ -82,8 +83,7 @@ CheckOptions options_of(const CheckArguments& arguments,
     CheckOptions options;
     options.test = arguments.common.test;
     if (items) options.items = &*items;
-    if (arguments.word_bits == 32) options.word = WordSize::k32;
-    if (arguments.word_bits == 64) options.word = WordSize::k64;
+    options.word = arguments.word;
     for (const std::string& address : arguments.addresses) {
         const auto separator = address.find('=');
         options.addresses[address.substr(0, separator)] = address.substr(separator + 1);
@@ -91,16 +91,23 @@ CheckOptions options_of(const CheckArguments& arguments,
     return options;
 }
 
-std::vector<CheckedFile> check_files(const CheckArguments& arguments, const CheckOptions& options) {
-    std::vector<CheckedFile> files;
+// Checks what can be read; of the rest it tells why not. False when a file was missing.
+bool check_files(const CheckArguments& arguments, const CheckOptions& options,
+                 std::vector<CheckedFile>& files) {
+    bool complete = true;
     for (const std::string& path : arguments.files) {
-        CheckedFile file;
-        file.path = path == "-" ? "standard input" : path;
-        file.source = read_source(read_input(path));
-        file.result = check_settings(file.source, options);
-        files.push_back(std::move(file));
+        try {
+            CheckedFile file;
+            file.path = path == "-" ? "standard input" : path;
+            file.source = read_source(read_input(path));
+            file.result = check_settings(file.source, options);
+            files.push_back(std::move(file));
+        } catch (const FileError& error) {
+            fmt::print(stderr, "ruvoctl: {}\n", error.what());
+            complete = false;
+        }
     }
-    return files;
+    return complete;
 }
 
 void print_report(const CheckArguments& arguments, const std::vector<CheckedFile>& files) {
@@ -169,9 +176,10 @@ int run_check(CheckArguments& arguments) {
     if (!arguments.status.empty()) items = read_items(arguments.status);
     const CheckOptions options = options_of(arguments, items);
     if (!arguments.fix.empty()) return fix(arguments, options);
-    const std::vector<CheckedFile> files = check_files(arguments, options);
+    std::vector<CheckedFile> files;
+    const bool complete = check_files(arguments, options, files);
     print_report(arguments, files);
-    return status_of(files, arguments.strict);
+    return complete ? status_of(files, arguments.strict) : kFailed;
 }
 
 void add_options(CLI::App& verb, CheckArguments& arguments) {
@@ -181,9 +189,7 @@ void add_options(CLI::App& verb, CheckArguments& arguments) {
     verb.add_option("--status", arguments.status,
                     "The device's status report, a line name:value for each item")
         ->type_name("FILE");
-    verb.add_option("--word", arguments.word_bits, "The device's word size")
-        ->type_name("BITS")
-        ->check(CLI::IsMember({32, 64}).description("32 or 64"));
+    add_word_option(verb, [&arguments](WordSize word) { arguments.word = word; });
     verb.add_flag("--strict", arguments.strict, "Warnings count as problems, too");
     add_output_options(verb, arguments.common);
     verb.add_flag("--sarif", arguments.sarif, "Print a SARIF 2.1.0 document")->excludes("--json");

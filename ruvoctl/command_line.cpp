@@ -55,12 +55,14 @@ void add_help_verb(CLI::App& app, Run& run) {
     help->final_callback([&app, &run, word] {
         run = [&app, word] {
             if (word->empty()) {
-                fmt::print("{}", app.help());
+                // Not app.help(), which is that of the chosen verb.
+                fmt::print("{}", app.get_formatter()->make_help(&app, app.get_name(),
+                                                                CLI::AppFormatMode::Normal));
                 return kAsExpected;
             }
             const CLI::App* const verb = find_verb(app, *word);
             if (verb == nullptr) return unknown_verb(app, *word);
-            fmt::print("{}", verb->help());
+            fmt::print("{}", verb->help(app.get_name()));
             return kAsExpected;
         };
     });

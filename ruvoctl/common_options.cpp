@@ -1,8 +1,10 @@
 #include "ruvoctl/common_options.h"
 
 #include "core/paths.h"
+#include "ruvoctl/named_choice.h"
 
 #include <map>
+#include <utility>
 
 namespace ruvo::ctl {
 
@@ -19,14 +21,30 @@ void add_test_option(CLI::App& verb, CommonOptions& options) {
                   "no switch, no power-on window");
 }
 
+void add_word_option(CLI::App& verb, std::function<void(WordSize)> take) {
+    static const std::map<std::string, WordSize> words{{"32", WordSize::k32},
+                                                       {"64", WordSize::k64}};
+    verb.add_option_function<std::string>(
+            "--word",
+            [take = std::move(take)](const std::string& word) {
+                take(named_choice("--word", word, words));
+            },
+            "The device's word size: 32 or 64")
+        ->type_name("BITS");
+}
+
 void add_output_options(CLI::App& verb, CommonOptions& options) {
     static const std::map<std::string, ColorChoice> choices{{"auto", ColorChoice::kAuto},
                                                             {"always", ColorChoice::kAlways},
                                                             {"never", ColorChoice::kNever}};
     verb.add_flag("--json", options.json, "Print one JSON document");
-    verb.add_option("--color", options.color, "Colour: auto, always or never")
-        ->type_name("WHEN")
-        ->transform(CLI::CheckedTransformer(choices).description(""));
+    verb.add_option_function<std::string>(
+            "--color",
+            [&options](const std::string& word) {
+                options.color = named_choice("--color", word, choices);
+            },
+            "Colour: auto, always or never")
+        ->type_name("WHEN");
 }
 
 }  // namespace ruvo::ctl

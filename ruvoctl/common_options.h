@@ -1,9 +1,11 @@
 #pragma once
 
+#include "core/number_text.h"
 #include "ruvoctl/output/style.h"
 
 #include <CLI/CLI.hpp>
 
+#include <functional>
 #include <string>
 
 namespace ruvo::ctl {
@@ -19,6 +21,8 @@ struct CommonOptions {
 // Declare the options on a verb; the texts and values end up in `options`.
 void add_file_option(CLI::App& verb, CommonOptions& options);
 void add_test_option(CLI::App& verb, CommonOptions& options);
+// Calls `take` with the word size that --word names.
+void add_word_option(CLI::App& verb, std::function<void(WordSize)> take);
 void add_output_options(CLI::App& verb, CommonOptions& options);
 
 }  // namespace ruvo::ctl

@@ -2,15 +2,16 @@
 #include "ruvoctl/codec/data_report.h"
 #include "ruvoctl/codec/decode_input.h"
 #include "ruvoctl/codec/forms.h"
-#include "ruvoctl/codec/named_choice.h"
 #include "ruvoctl/codec/words.h"
 #include "ruvoctl/common_options.h"
 #include "ruvoctl/exit_status.h"
+#include "ruvoctl/named_choice.h"
+#include "ruvoctl/output/hex_dump.h"
 #include "ruvoctl/output/printable.h"
-#include "ruvoctl/plan/hex_dump.h"
 #include "ruvoctl/verbs.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <map>

@@ -1,15 +1,16 @@
 #include "ruvoctl/codec/data_key.h"
 #include "ruvoctl/codec/data_report.h"
 #include "ruvoctl/codec/misfit.h"
-#include "ruvoctl/codec/named_choice.h"
 #include "ruvoctl/codec/read_notation.h"
 #include "ruvoctl/codec/words.h"
 #include "ruvoctl/common_options.h"
 #include "ruvoctl/exit_status.h"
+#include "ruvoctl/named_choice.h"
 #include "ruvoctl/output/printable.h"
 #include "ruvoctl/verbs.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <map>

@@ -1,6 +1,5 @@
 target_sources(ruvo_ctl PRIVATE
   plan/escaped_bytes.cpp
-  plan/hex_dump.cpp
   plan/local_time_text.cpp
   plan/plan.cpp
   plan/plan_event.cpp
@@ -9,8 +8,6 @@ target_sources(ruvo_ctl PRIVATE
   plan/plan_svg.cpp
   plan/plan_text.cpp
   plan/plan_words.cpp
-  plan/socket_destination.cpp
-  plan/status_report.cpp
   plan/time_axis.cpp
   plan/timeline.cpp
   plan_verb.cpp)

@@ -2,6 +2,7 @@
 #include "ruvoctl/common_options.h"
 #include "ruvoctl/exit_status.h"
 #include "ruvoctl/input_text.h"
+#include "ruvoctl/named_choice.h"
 #include "ruvoctl/nearest_word.h"
 #include "ruvoctl/output/printable.h"
 #include "ruvoctl/output/style.h"
@@ -12,12 +13,13 @@
 #include "ruvoctl/plan/plan_status.h"
 #include "ruvoctl/plan/plan_svg.h"
 #include "ruvoctl/plan/plan_text.h"
-#include "ruvoctl/plan/status_report.h"
 #include "ruvoctl/plan/timeline.h"
 #include "ruvoctl/settings_source.h"
+#include "ruvoctl/status_report.h"
 #include "ruvoctl/verbs.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -195,8 +197,6 @@ int print_names(const Options& options) {
 void add_world_options(CLI::App& verb, Options& options) {
     static const std::map<std::string, SwitchPosition> positions{
         {"trigger", SwitchPosition::kOffWhenTriggered}, {"run", SwitchPosition::kOffBeforeRun}};
-    static const std::map<std::string, WordSize> words{{"32", WordSize::k32},
-                                                       {"64", WordSize::k64}};
     verb.add_option("--now", options.now, "The local time, \"YYYY-MM-DD HH:MM:SS\" (now)")
         ->type_name("TIME")
         ->check([](const std::string& text) {
@@ -209,21 +209,26 @@ void add_world_options(CLI::App& verb, Options& options) {
     verb.add_option("--status", options.status_file,
                     "The items of the status service, a line name:value each")
         ->type_name("FILE");
-    verb.add_option("--disabled", options.switch_position,
-                    "Events are off when triggered (trigger), or switched off before the run (run)")
-        ->type_name("WHEN")
-        ->transform(CLI::CheckedTransformer(positions).description(""));
-    verb.add_option("--word", options.word, "The device's word size, 32 or 64 (this machine's)")
-        ->type_name("BITS")
-        ->transform(CLI::CheckedTransformer(words).description(""));
+    verb.add_option_function<std::string>(
+            "--disabled",
+            [&options](const std::string& when) {
+                options.switch_position = named_choice("--disabled", when, positions);
+            },
+            "Events are off when triggered (trigger), or switched off before the run (run)")
+        ->type_name("WHEN");
+    add_word_option(verb, [&options](WordSize word) { options.word = word; });
 }
 
 void add_output_form(CLI::App& verb, Options& options) {
     static const std::map<std::string, Format> formats{
         {"text", Format::kText}, {"json", Format::kJson}, {"svg", Format::kSvg}};
-    verb.add_option("--format", options.format, "Print text, json or svg (a picture)")
-        ->type_name("FORM")
-        ->transform(CLI::CheckedTransformer(formats).description(""));
+    verb.add_option_function<std::string>(
+            "--format",
+            [&options](const std::string& form) {
+                options.format = named_choice("--format", form, formats);
+            },
+            "Print text, json or svg (a picture)")
+        ->type_name("FORM");
     verb.add_flag("--timeline", options.timeline, "Draw the steps over time");
 }
 

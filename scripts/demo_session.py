@@ -1,18 +1,25 @@
 """The demonstration, inside the private world that scripts/demo makes."""
 
 import argparse
-import json
 import os
 import pathlib
 import re
 import shlex
 import subprocess
 import sys
-import threading
 import time
 import typing
 
-DEADLINE_S = 5
+from device_session import (
+    event_log,
+    send_request,
+    show,
+    start_daemon,
+    start_receiver,
+    start_status_service,
+    wait_until,
+    write_settings,
+)
 
 
 def read_options():
@@ -187,88 +194,12 @@ CHAPTERS = [
 ]
 
 
-def wait_until(condition, deadline_s=DEADLINE_S):
-    end = time.monotonic() + deadline_s
-    while not condition():
-        if time.monotonic() > end:
-            return False
-        time.sleep(0.01)
-    return True
-
-
-class Arrivals:
-    """What the receiver prints, as it comes."""
-
-    def __init__(self, stream):
-        self.items = []
-        self.trigger_ns = time.monotonic_ns()
-        self._stream = stream
-        threading.Thread(target=self._run, daemon=True).start()
-
-    def _run(self):
-        for line in self._stream:
-            arrival = json.loads(line)
-            self._print(arrival)
-            self.items.append(arrival)
-
-    def _print(self, arrival):
-        after_ms = (arrival["time_ns"] - self.trigger_ns) / 1e6
-        print(f"    {arrival['protocol'].upper()} to {arrival['to']:<20} +{after_ms:8.1f} ms")
-        print(f"        hex  {arrival['hex']}")
-        print(f"        text {arrival['text']}", flush=True)
-
-
-def start(command, **options):
-    return subprocess.Popen([str(word) for word in command], **options)
-
-
-def write_settings(name, text):
-    path = pathlib.Path("/mnt/configs/ruvo") / name
-    path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_bytes(text)
-
-
 def start_device():
-    items = pathlib.Path("/tmp/status_items.txt")
-    items.write_bytes(STATUS_ITEMS)
-    service = start([DEVKIT / "ruvo-status-service", "--items", items], stdout=subprocess.PIPE)
-    service.stdout.readline()
+    start_status_service(DEVKIT, STATUS_ITEMS)
     for value_type, assignment in USER_CONFIGURATION:
         subprocess.run([DEVKIT / "userconfigtool", "set", value_type, assignment], check=True)
     write_settings("ruvo.txt", SETTINGS.replace(SUPPRESSED_LINE, b"") if OPTIONS.suppress_one else SETTINGS)
     write_settings("ruvotest.txt", TEST_SETTINGS)
-
-
-def start_receiver():
-    receiver = start(
-        [DEVKIT / "ruvo-receiver", "--json", "--reply", "OK\\r\\n", "--udp", "0.0.0.0:5000", "--tcp", "0.0.0.0:6000"],
-        stdout=subprocess.PIPE,
-    )
-    receiver.stdout.readline()
-    return Arrivals(receiver.stdout)
-
-
-def start_daemon():
-    """Starts ruvotcpd; returns once it has measured its uptime and answers."""
-    daemon = start(DAEMON, stdout=subprocess.PIPE)
-    log = pathlib.Path("/var/log/ruvo.log")
-    listening = re.compile(r"0100007F:0A8C 00000000:0000 0A")
-    ready = wait_until(
-        lambda: listening.search(pathlib.Path("/proc/net/tcp").read_text())
-        and pathlib.Path("/tmp/ruvo_var.txt").exists()
-        and b"model=AV-100" in pathlib.Path("/tmp/ruvo_var.txt").read_bytes()
-    )
-    if not ready:
-        print(log.read_text() if log.exists() else "the daemon has written no log")
-        sys.exit("the daemon did not come up")
-    threading.Thread(target=lambda: daemon.stdout.read(), daemon=True).start()
-
-
-def send_request(text):
-    """One connection, one request, one reply, as an installer would do it by hand."""
-    shell = "printf '%s\\n' \"$1\" | nc -w 5 127.0.0.1 2700"
-    done = subprocess.run(["sh", "-c", shell, "sh", text.decode()], stdout=subprocess.PIPE)
-    return done.stdout
 
 
 def answers(message, arrival):
@@ -300,11 +231,6 @@ def print_spacing(expected, arrived):
     for plan_ms, arrival in zip(planned, arrived):
         measured_ms = (arrival["time_ns"] - first) / 1e6
         print(f"        {plan_ms:5d} ms -> {measured_ms:7.1f} ms (off by {measured_ms - plan_ms:+.1f} ms)")
-
-
-def event_log():
-    log = pathlib.Path("/var/log/ruvoevent.log")
-    return log.read_bytes() if log.exists() else b""
 
 
 def was_skipped(logged_before):
@@ -341,12 +267,6 @@ def run_chapter(title, steps, arrivals):
     return [run_step(step, arrivals) for step in steps]
 
 
-def show(title, path):
-    print(f"\n{title}: {path}")
-    for line in pathlib.Path(path).read_bytes().split(b"\n")[:-1]:
-        print("    " + line.decode("latin-1").replace("\r", "\\r"))
-
-
 def prompt():
     print("\nThe device stays up. Type an event (PowerOn, Sequence, Report, DVIConnected)")
     print("or a command (__TEST__:LampCheck, __GET__:display.name), or quit.")
@@ -365,8 +285,8 @@ def prompt():
 def main():
     os.environ["PATH"] = f"{DEVKIT}:{os.environ['PATH']}"
     start_device()
-    arrivals = start_receiver()
-    start_daemon()
+    arrivals = start_receiver(DEVKIT, [5000], [6000])
+    start_daemon(DAEMON)
     results = [run_chapter(title, steps, arrivals) for title, steps in CHAPTERS]
     show("The event log", "/var/log/ruvoevent.log")
     show("The event list", "/tmp/ruvo_event_list.txt")

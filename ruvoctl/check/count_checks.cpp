@@ -195,10 +195,9 @@ class CountChecks {
         return fmt::format("{}", fmt::join(steps, ", "));
     }
 
-    static bool starts_at_one(const EventModel& event) {
-        return !event.steps[0].configured() &&
-               std::any_of(event.steps.begin(), event.steps.end(),
-                           [](const StepModel& step) { return step.configured(); });
+    bool starts_at_one(const std::string& name) {
+        const auto& steps = findings_.steps_named(name);
+        return !steps.empty() && *steps.begin() == 1;
     }
 
     bool is_explained_step(const std::string& name, std::size_t step) const {
@@ -209,7 +208,7 @@ class CountChecks {
 
     void check_unused_steps(const EventModel& event, const std::string& name) {
         std::vector<std::size_t> unused;
-        for (std::size_t i = starts_at_one(event) ? 1 : 0; i < event.steps.size(); ++i) {
+        for (std::size_t i = starts_at_one(name) ? 1 : 0; i < event.steps.size(); ++i) {
             if (!event.steps[i].configured() && !is_explained_step(name, i)) unused.push_back(i);
         }
         if (unused.empty()) return;
@@ -228,24 +227,16 @@ class CountChecks {
 
     // Steps are counted from 0; who counts from 1 finds the last one lost.
     void check_first_step(const EventModel& event, const std::string& name) {
-        const bool one_lost =
-            event.steps.size() == 1 && !event.steps[0].configured() && has_line_beyond(name);
-        if (!(starts_at_one(event) || one_lost) || is_explained_step(name, 0)) return;
-        const std::size_t record = first_indexed_line(name);
-        auto& diagnostic =
-            findings_.add_key("indices-from-1", record,
-                              fmt::format("the steps of {} begin at {}; the first step is 0",
-                                          quoted(name), findings_.model.records[record].step),
-                              "step 0 sends nothing, and steps at or beyond the Count are lost");
+        if (!starts_at_one(name) || is_explained_step(name, 0)) return;
+        const bool lost =
+            findings_.steps_named(name).contains(static_cast<std::uint32_t>(event.steps.size()));
+        auto& diagnostic = findings_.add_key(
+            "indices-from-1", first_indexed_line(name),
+            fmt::format("the steps of {} begin at 1; the first step is 0", quoted(name)),
+            lost ? "step 0 sends nothing, and the last one is at the Count and so lost"
+                 : "step 0 sends nothing");
         diagnostic.event = name;
         diagnostic.fix = renumber(name);
-    }
-
-    bool has_line_beyond(const std::string& name) const {
-        const auto& records = findings_.records_of(name);
-        return std::any_of(records.begin(), records.end(), [&](std::size_t record) {
-            return findings_.model.records[record].fate == Fate::kBeyondCount;
-        });
     }
 
     bool has_number(std::size_t record) const {

@@ -73,6 +73,19 @@ bool is_binary(std::string_view data) {
     return others > 0 && others * 2 >= static_cast<std::ptrdiff_t>(data.size()) - marked;
 }
 
+// A zero byte ends the data, but for one in the name of a macro, which is replaced before
+// the data is cut.
+std::string_view until_zero_outside_macros(std::string_view bytes) {
+    std::size_t position = 0;
+    for (;;) {
+        const auto zero = bytes.find('\0', position);
+        const auto macro = find_macro(bytes, position);
+        if (zero == std::string_view::npos) return bytes;
+        if (!macro || zero < macro->position) return bytes.substr(0, zero);
+        position = macro->end();
+    }
+}
+
 // Looks at one value; the findings are in the order of the checks.
 class DataCheck {
   public:
@@ -81,7 +94,7 @@ class DataCheck {
           items_(items),
           variables_(std::make_shared<StatusVariables>(items ? *items : StatusVariables())),
           bytes_(hex_to_bytes(value_)),
-          data_(until_zero(bytes_)) {}
+          data_(until_zero_outside_macros(bytes_)) {}
 
     std::vector<DataFinding> run() && {
         if (check_digits()) {
@@ -174,7 +187,7 @@ class DataCheck {
         add_at("data-zero-byte", data_.size(), 1,
                fmt::format("byte {} of {} is zero", data_.size() + 1, bytes_.size()),
                data_.empty() ? "it and all behind it is lost: an empty message is sent"
-                             : fmt::format("it and all behind it is lost: {} of {} bytes leave",
+                             : fmt::format("it and all behind it is lost: {} of {} bytes remain",
                                            data_.size(), bytes_.size()));
     }
 
@@ -271,7 +284,7 @@ class DataCheck {
     }
 
     static bool could_be_item(std::string_view name) {
-        return !name.empty() && name.find_first_of(":\r\n") == std::string_view::npos;
+        return name.find_first_of(":\r\n") == std::string_view::npos;
     }
 
     bool is_macro_name(std::string_view name) const {

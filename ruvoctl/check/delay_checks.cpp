@@ -63,10 +63,13 @@ class DelayChecks {
         check_sum();
     }
 
+    // About the event's delay, or about that of the step whose record it is.
     Diagnostic& add_value(std::string_view id, std::size_t record, std::string cause,
                           std::string effect) {
         auto& diagnostic = findings_.add_value(id, record, std::move(cause), std::move(effect));
         diagnostic.event = entry_->name;
+        const RecordModel& model = findings_.model.records[record];
+        if (model.property == Property::kStepDelay) diagnostic.step = model.step;
         return diagnostic;
     }
 
@@ -135,9 +138,9 @@ class DelayChecks {
         const std::string_view value = trim_blanks(findings_.trimmed_value(record));
         const std::int64_t delay_ms = entry_->subCommands[step].delayNs / kNsPerMs;
         if (delay_ms < 0) {
-            add_value("delay-negative", record, fmt::format("a delay of {} ms", delay_ms),
-                      "it is taken off the delays before it; a step is never sent before its event")
-                .step = static_cast<std::uint32_t>(step);
+            add_value(
+                "delay-negative", record, fmt::format("a delay of {} ms", delay_ms),
+                "it is taken off the delays before it; a step is never sent before its event");
         } else if (!is_plain_number(value)) {
             add_unit(record, value, static_cast<std::int32_t>(delay_ms), "milliseconds", 1);
         }

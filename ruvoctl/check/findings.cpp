@@ -1,6 +1,7 @@
 #include "ruvoctl/check/findings.h"
 
 #include "ruvoctl/check/catalogue.h"
+#include "ruvoctl/check/known_keys.h"
 #include "ruvoctl/output/printable.h"
 
 #include <fmt/format.h>
@@ -25,6 +26,18 @@ const std::vector<std::size_t>& Findings::records_of(std::string_view name) cons
     static const std::vector<std::size_t> none;
     const auto found = records_of_.find(name);
     return found == records_of_.end() ? none : found->second;
+}
+
+const std::set<std::uint32_t>& Findings::steps_named(std::string_view name) {
+    const auto [entry, added] = steps_named_.try_emplace(name);
+    if (!added) return entry->second;
+    for (const std::size_t i : records_of(name)) {
+        const std::string_view index = trim_blanks(definition(i).index);
+        const bool step = definition(i).kind == kIndexedKey && is_number(index) &&
+                          !is_event_field(definition(i).field) && index.size() <= 9;
+        if (step) entry->second.insert(index_of(std::string(index)));
+    }
+    return entry->second;
 }
 
 Diagnostic& Findings::add(std::string_view id, std::size_t offset, std::size_t length,

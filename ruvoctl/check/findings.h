@@ -57,6 +57,9 @@ class Findings {
     // The records that carry an event name, in file order.
     const std::vector<std::size_t>& records_of(std::string_view name) const;
 
+    // The steps that the lines of an event name, also those beyond its Count.
+    const std::set<std::uint32_t>& steps_named(std::string_view name);
+
     // Keys that a line was meant for, as another finding has told already: what lacks
     // because of it is not told again.
     void explain(std::string key) { explained_.insert(std::move(key)); }
@@ -84,6 +87,7 @@ class Findings {
 
     std::vector<Diagnostic> diagnostics_;
     std::unordered_map<std::string_view, std::vector<std::size_t>> records_of_;
+    std::unordered_map<std::string_view, std::set<std::uint32_t>> steps_named_;
     std::unordered_set<std::string> explained_;
     std::set<std::size_t> dismissed_;
     std::unordered_set<std::string> dismissed_names_;

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <set>
 #include <stdexcept>
 
 namespace ruvo::ctl {
@@ -43,7 +44,8 @@ class KeyChecks {
 
     void run() {
         for (std::size_t i = 0; i < findings_.source.definitions.size(); ++i) {
-            if (!findings_.is_damaged(i)) check(i);
+            // What voids the file is told of every line.
+            if (!findings_.is_damaged(i) || model(i).fate == Fate::kVoids) check(i);
         }
     }
 
@@ -53,6 +55,18 @@ class KeyChecks {
     }
     const RecordModel& model(std::size_t record) const { return findings_.model.records[record]; }
     std::string_view key(std::size_t record) const { return findings_.source.key(record); }
+
+    // What a line should have been, unless another line is that already: then only a
+    // person knows which one counts.
+    std::vector<Edit> corrected_key(std::size_t record, const std::string& better) {
+        if (keys_.empty()) {
+            for (std::size_t i = 0; i < findings_.source.definitions.size(); ++i) {
+                keys_.insert(key(i));
+            }
+        }
+        if (keys_.contains(better)) return {};
+        return {findings_.replace_key(record, better)};
+    }
 
     void check(std::size_t record) {
         // A key that voids the file is told as that, whatever else it may be.
@@ -105,7 +119,7 @@ class KeyChecks {
             add_at_index("blank-before-equals", record,
                          fmt::format("the blank before \"=\" makes an index without a number of {}",
                                      quoted(d.name + d.field)));
-        diagnostic.fix = {findings_.replace_key(record, d.name + d.field)};
+        diagnostic.fix = corrected_key(record, d.name + d.field);
         findings_.explain(d.name + d.field);
     }
 
@@ -137,7 +151,7 @@ class KeyChecks {
                                      quoted(d.index), quoted(d.name + d.field)));
         const std::string meant = likely_key(record);
         if (meant.empty()) return;
-        diagnostic.fix = {findings_.replace_key(record, meant)};
+        diagnostic.fix = corrected_key(record, meant);
         findings_.explain(meant);
     }
 
@@ -155,20 +169,19 @@ class KeyChecks {
     // --- comments
 
     void check_comment(std::size_t record) {
-        const RecordModel& m = model(record);
-        if (m.fate == Fate::kCreates) {
-            auto& diagnostic = findings_.add_key(
-                "comment-is-setting", record,
-                fmt::format(
-                    "a line with \"=\" is a setting, whatever it begins with: this makes the "
-                    "event {}",
-                    quoted(definition(record).name)),
-                "a trigger of that name runs it, and one bad index in it voids the whole file");
-            diagnostic.event = definition(record).name;
-            std::string text(findings_.source.key(record));
-            diagnostic.fix = {{findings_.source.key_offset(record), text.size() + 1, text + ":"}};
-            findings_.dismiss(*m.event);
-        }
+        const EventDefinition& d = definition(record);
+        const bool makes = model(record).fate == Fate::kCreates;
+        auto& diagnostic = findings_.add_key(
+            "comment-is-setting", record,
+            "there are no comments: a line with \"=\" is a setting, whatever it begins with",
+            makes ? fmt::format("it makes the event {}, which a trigger of that name runs",
+                                quoted(d.name))
+                  : fmt::format("it is a setting of {}; an index without a number in it voids the "
+                                "whole file where such an event exists",
+                                quoted(d.name)));
+        diagnostic.event = d.name;
+        const std::string text(key(record));
+        diagnostic.fix = {{findings_.source.key_offset(record), text.size() + 1, text + ":"}};
     }
 
     // --- blanks in keys
@@ -187,7 +200,8 @@ class KeyChecks {
             "the line is lost for the event it was meant for");
         diagnostic.event = meant;
         const std::string key = meant + d.field + d.index;
-        diagnostic.fix = {findings_.replace_key(record, key)};
+        diagnostic.fix = corrected_key(record, key);
+        blame_step(diagnostic, meant, d.field, trim_blanks(d.index));
         findings_.explain(meant + d.field + std::string(trim_blanks(d.index)));
         findings_.dismiss_name(d.name);
         if (model(record).fate == Fate::kCreates) findings_.dismiss(*model(record).event);
@@ -220,7 +234,7 @@ class KeyChecks {
                         quoted(d.name + d.field)),
             fmt::format("the event {} does not exist: nothing of it is sent", quoted(d.name)));
         diagnostic.event = d.name;
-        diagnostic.fix = {findings_.replace_key(record, d.name + d.field)};
+        diagnostic.fix = corrected_key(record, d.name + d.field);
         findings_.explain(d.name + d.field);
         return true;
     }
@@ -238,14 +252,14 @@ class KeyChecks {
         }
         const std::string nearest = nearest_key(trimmed);
         if (nearest.empty()) {
-            if (!trimmed.empty()) add_unread(record, "no such setting");
-            return;
+            return add_unread(
+                record, trimmed.empty() ? "a key without a name" : "there is no such setting");
         }
         auto& diagnostic = findings_.add_key(
             "unknown-key", record,
             fmt::format("there is no setting {}; did you mean {}?", quoted(name), quoted(nearest)),
             "nothing reads the line");
-        diagnostic.fix = {findings_.replace_key(record, nearest)};
+        diagnostic.fix = corrected_key(record, nearest);
         findings_.explain(nearest);
     }
 
@@ -277,6 +291,7 @@ class KeyChecks {
             fmt::format("the line is lost; give {} another name and an XMLfield of {}",
                         quoted(meant.name), quoted(meant.name)));
         diagnostic.event = meant.name;
+        blame_step(diagnostic, meant.name, meant.field, meant.index);
         diagnostic.fix = rename(meant.name);
         findings_.explain(std::string(key(record)));
     }
@@ -289,7 +304,7 @@ class KeyChecks {
             if (rest.ends_with(digits)) rest.remove_suffix(digits.size());
             const std::vector<std::string> fields(kFieldWords.begin(), kFieldWords.end());
             const std::string field = nearest_word(rest, fields);
-            if (!field.empty()) return *event + field + digits;
+            if (!field.empty() && digits.size() <= 3) return *event + field + digits;
         }
         const std::vector<std::string> plain(kPlainKeys.begin(), kPlainKeys.end());
         return nearest_word(name, plain);
@@ -358,6 +373,7 @@ class KeyChecks {
             fmt::format("{} of {} is lost; give the event a shorter name and an XMLfield of {}",
                         meant->field, quoted(meant->name), quoted(meant->name)));
         diagnostic.event = meant->name;
+        blame_step(diagnostic, meant->name, meant->field, meant->index);
         diagnostic.fix = rename(meant->name);
         findings_.explain(std::string(meant->name) + std::string(meant->field) +
                           std::string(meant->index));
@@ -388,31 +404,53 @@ class KeyChecks {
         if (!is_known(d.name)) {
             return add_unread(record, fmt::format("there is no {}Count", d.name));
         }
-        const std::size_t step = first_step_without(record);
+        const std::optional<std::size_t> step = first_step_without(record);
         auto& diagnostic = findings_.add_key(
             "missing-index", record,
             fmt::format("{} has no index: it belongs to no step", quoted(key(record))),
-            fmt::format("nothing reads it; {} lacks its {}", step_text(d.name, step), d.field));
+            step ? fmt::format("nothing reads it; {} lacks its {}", step_text(d.name, *step),
+                               d.field)
+                 : std::string("nothing reads it"));
         diagnostic.event = d.name;
-        diagnostic.step = static_cast<std::uint32_t>(step);
-        const std::string meant = std::string(key(record)) + std::to_string(step);
-        diagnostic.fix = {findings_.replace_key(record, meant)};
+        if (!step) return;
+        diagnostic.step = static_cast<std::uint32_t>(*step);
+        const std::string meant = std::string(key(record)) + std::to_string(*step);
+        diagnostic.fix = corrected_key(record, meant);
         findings_.explain(meant);
     }
 
-    std::size_t first_step_without(std::size_t record) const {
+    // The first step of the event that has no line for the record's field; step 0 of an
+    // event that does not exist.
+    std::optional<std::size_t> first_step_without(std::size_t record) const {
         const EventDefinition& d = definition(record);
         const auto found = findings_.model.events_of.find(d.name);
         if (found == findings_.model.events_of.end()) return 0;
-        const auto& steps = findings_.model.events[found->second.front()].steps;
-        for (std::size_t i = 0; i < steps.size(); ++i) {
-            const auto& setter = d.field == "Protocol" ? steps[i].protocol
-                                 : d.field == "IP"     ? steps[i].ip
-                                 : d.field == "Port"   ? steps[i].port
-                                                       : steps[i].data;
-            if (!setter && !findings_.is_explained(d.name + d.field + std::to_string(i))) return i;
+        const std::size_t steps = findings_.model.events[found->second.front()].steps.size();
+        for (std::size_t i = 0; i < steps; ++i) {
+            const bool told = findings_.is_explained(d.name + d.field + std::to_string(i));
+            if (!told && lacks(d.name, d.field, i)) return i;
         }
-        return 0;
+        return {};
+    }
+
+    // Whether a step that the event has lacks a line for a field.
+    bool lacks(std::string_view name, std::string_view field, std::size_t step) const {
+        const auto found = findings_.model.events_of.find(name);
+        if (found == findings_.model.events_of.end()) return false;
+        const auto& steps = findings_.model.events[found->second.front()].steps;
+        if (step >= steps.size()) return false;
+        if (field == "Protocol") return !steps[step].protocol;
+        if (field == "IP") return !steps[step].ip;
+        if (field == "Port") return !steps[step].port;
+        return field == "Data" && !steps[step].data;
+    }
+
+    // Ties a finding about a lost line to the step that lacks it.
+    void blame_step(Diagnostic& diagnostic, std::string_view name, std::string_view field,
+                    std::string_view index) const {
+        if (!is_number(index) || index.size() > 3) return;
+        const std::uint32_t step = index_of(std::string(index));
+        if (lacks(name, field, step)) diagnostic.step = step;
     }
 
     void check_index(std::size_t record) {
@@ -438,7 +476,7 @@ class KeyChecks {
                               fmt::format("{} belongs to the event and takes no index", d.field),
                               "nothing reads the line");
         diagnostic.event = d.name;
-        diagnostic.fix = {findings_.replace_key(record, d.name + d.field)};
+        diagnostic.fix = corrected_key(record, d.name + d.field);
         findings_.explain(d.name + d.field);
     }
 
@@ -463,30 +501,15 @@ class KeyChecks {
                                                      count, count == 1 ? "" : "s", count - 1),
                               "nothing reads the line");
         diagnostic.event = d.name;
+        if (negative) return;
         diagnostic.step = model(record).step;
-        if (negative || counts_from_one(event)) return;
-        const std::uint32_t highest = highest_step(event);
-        if (highest >= static_cast<std::uint32_t>(kMaxSubCommands)) return;
+        const std::set<std::uint32_t>& used = findings_.steps_named(d.name);
+        const std::uint32_t highest = used.empty() ? 0 : *used.rbegin();
+        const bool without_gap = used.size() == highest + std::size_t{1};
+        if (!without_gap || highest >= static_cast<std::uint32_t>(kMaxSubCommands)) return;
         const std::size_t count_record = findings_.model.events[event].count_record;
         diagnostic.fix = {
             findings_.replace_trimmed_value(count_record, std::to_string(highest + 1))};
-    }
-
-    // The highest index that any line of the event uses.
-    std::uint32_t highest_step(std::size_t event) {
-        const auto [entry, added] = highest_.emplace(event, 0);
-        if (!added) return entry->second;
-        for (const std::size_t i : findings_.records_of(findings_.model.list[event].name)) {
-            const std::string_view index = trim_blanks(definition(i).index);
-            if (definition(i).kind != kIndexedKey || model(i).fate == Fate::kVoids) continue;
-            if (!index.starts_with('-')) entry->second = std::max(entry->second, model(i).step);
-        }
-        return entry->second;
-    }
-
-    bool counts_from_one(std::size_t event) const {
-        const auto& steps = findings_.model.events[event].steps;
-        return !steps[0].configured();
     }
 
     void add_wrapped(std::size_t record) {
@@ -510,6 +533,7 @@ class KeyChecks {
             fmt::format("64 bits: step {}; 32 bits: the whole file takes no effect",
                         model(record).step));
         diagnostic.event = d.name;
+        diagnostic.step = model(record).step;
     }
 
     void check_overwritten(std::size_t record) {
@@ -520,6 +544,7 @@ class KeyChecks {
             fmt::format("line {} sets the same again", findings_.source.line_of(winner)),
             "this line has no effect: the last one wins");
         diagnostic.event = definition(record).name;
+        if (definition(record).kind == kIndexedKey) diagnostic.step = model(record).step;
         diagnostic.fix = {findings_.remove_line(record)};
     }
 
@@ -551,7 +576,7 @@ class KeyChecks {
     Findings& findings_;
     KnownNames names_;
     std::unordered_set<std::string> renamed_;
-    std::unordered_map<std::size_t, std::uint32_t> highest_;
+    std::unordered_set<std::string_view> keys_;
 };
 
 }  // namespace

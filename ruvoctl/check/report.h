@@ -4,7 +4,7 @@
 #include "ruvoctl/output/style.h"
 #include "ruvoctl/settings_source.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 #include <vector>

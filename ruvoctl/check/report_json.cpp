@@ -3,6 +3,7 @@
 #include "ruvoctl/output/printable.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace ruvo::ctl {
 namespace {

@@ -4,6 +4,7 @@
 #include "ruvoctl/output/printable.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cctype>
 

@@ -1,13 +1,14 @@
 #include "ruvoctl/check/data_checks.h"
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
+#include "ruvoctl/nearest_word.h"
+#include "ruvoctl/socket_destination.h"
 
 #include "core/number_text.h"
 #include "events/expand_data.h"
 #include "execution/choose_sender.h"
 #include "execution/due_times.h"
 #include "execution/outgoing.h"
-#include "net/ipv4_address.h"
 
 #include <arpa/inet.h>
 #include <fmt/format.h>
@@ -132,7 +133,7 @@ class StepChecks {
             add_value("protocol-both", record,
                       fmt::format("{} names both TCP and UDP", quoted(value)), "it is sent by TCP");
         }
-        if (!sends_report(sender_) && upper.find("STAT") != std::string::npos) {
+        if (!sends_report(sender_) && is_nearly_status(value)) {
             auto& diagnostic = add_value(
                 "status-misspelt", record,
                 fmt::format("{} does not hold \"Status\" in these letters", quoted(value)),
@@ -145,6 +146,18 @@ class StepChecks {
                       fmt::format("{} sends the status report", quoted(value)),
                       "the data is shown in the event log and never leaves");
         }
+    }
+
+    // What stands beside TCP or UDP is not "Status", but rather meant to be.
+    static bool is_nearly_status(std::string_view value) {
+        std::string rest(value);
+        for (const std::string_view word : {"TCP", "UDP"}) {
+            const auto at = rest.find(word);
+            if (at != std::string::npos) rest.erase(at, word.size());
+        }
+        const std::vector<std::string> status{"Status"};
+        return upper_case(rest).find("STAT") != std::string::npos ||
+               !nearest_word(rest, status).empty();
     }
 
     void add_unknown_protocol(std::size_t record, std::string_view value,
@@ -216,24 +229,30 @@ class StepChecks {
 
     bool check_port() {
         if (!step_->port) {
-            add_missing("port-missing", "Port", "it is sent to port 0, where nothing arrives");
+            add_missing("port-missing", "Port", effect_of_port(0));
             return false;
         }
         const std::size_t record = *step_->port;
         if (findings_.is_damaged(record)) return false;
-        const std::int32_t port = outgoing(*command_, findings_.word).port;
         check_word_of_port(record);
-        if (port >= 1 && port <= 65535) return true;
+        const long long number = std::strtoll(command_->port.c_str(), nullptr, 10);
+        if (number >= 1 && number <= 65535) return true;
         const std::string_view value = trim_blanks(findings_.trimmed_value(record));
-        const auto effective = static_cast<std::uint16_t>(port);
-        const bool number = value.find_first_of("0123456789") == 0 || port != 0;
+        const bool is_text = number == 0 && value.find_first_of("0123456789") != 0;
         add_value("port-invalid", record,
                   value.empty() ? fmt::format("the port of {} is empty", this_step())
-                  : !number     ? fmt::format("{} is no port number", quoted(value))
+                  : is_text     ? fmt::format("{} is no port number", quoted(value))
                                 : fmt::format("{} is not from 1 to 65535", quoted(value)),
-                  effective == 0 ? std::string("it is sent to port 0, where nothing arrives")
-                                 : fmt::format("it is sent to port {}", effective));
+                  effect_of_port(socket_destination(outgoing(*command_, findings_.word)).port));
         return false;
+    }
+
+    std::string effect_of_port(std::uint16_t effective) const {
+        if (effective != 0) return fmt::format("it is sent to port {}", effective);
+        if (sender_ == Sender::kUdp || sender_ == Sender::kUdpStatus) {
+            return "nothing leaves: the device refuses to send to port 0";
+        }
+        return "it goes to port 0, where nothing answers";
     }
 
     void check_word_of_port(std::size_t record) {
@@ -248,24 +267,29 @@ class StepChecks {
     // --- destination
 
     void check_destination(bool port_is_good) {
-        const std::string ip(outgoing(*command_).ip);
-        const std::uint32_t address = ntohl(ipv4_address(ip.c_str(), 0).sin_addr.s_addr);
-        const bool tcp = sender_ == Sender::kTcp || sender_ == Sender::kTcpStatus;
-        if (address == 0xFFFFFFFF) {
-            add_refused("255.255.255.255 is every device of the net");
-        } else if ((address >> 28) == 0xE) {
-            if (tcp)
-                add_refused(fmt::format("{} is a group of devices, and TCP speaks to one", ip));
-        } else if ((address & 0xFF) == 0xFF) {
+        const SocketDestination to = socket_destination(outgoing(*command_, findings_.word));
+        // A refused port is told as the port that it is not.
+        if (to.port != 0 && always_refused(sender_, to)) {
+            add_refused(
+                to.ip == "255.255.255.255"
+                    ? fmt::format("{} is every device of the net", to.ip)
+                    : fmt::format("{} is a group of devices, and TCP speaks to one", to.ip));
+        } else if (to.ip.ends_with(".255") && !is_group(to)) {
             add_value("maybe-broadcast", *step_->ip,
-                      fmt::format("{} is a broadcast address in most nets", ip),
+                      fmt::format("{} is a broadcast address in most nets", to.ip),
                       "where it is, the device refuses to send to it, without a word");
         }
-        if (port_is_good) check_own_port(address);
+        if (port_is_good) check_own_port(to);
+    }
+
+    // TCP is refused by every group of devices, and nothing else.
+    static bool is_group(const SocketDestination& to) {
+        SocketDestination any_port = to;
+        any_port.port = 1;
+        return always_refused(Sender::kTcp, any_port);
     }
 
     void add_refused(std::string cause) {
-        if (sender_ == Sender::kNone) return;
         auto& diagnostic =
             add_value("destination-refused", *step_->ip, std::move(cause),
                       "the device refuses to send to it: nothing leaves, and the event log "
@@ -276,9 +300,9 @@ class StepChecks {
         diagnostic.fix = {findings_.replace_whole_value(*step_->ip, known->second)};
     }
 
-    void check_own_port(std::uint32_t address) {
-        const std::int32_t port = outgoing(*command_, findings_.word).port;
-        if ((address >> 24) != 127 && address != 0) return;
+    void check_own_port(const SocketDestination& to) {
+        const std::int32_t port = to.port;
+        if (!to.ip.starts_with("127.") && to.ip != "0.0.0.0") return;
         if (std::find(kOwnPorts.begin(), kOwnPorts.end(), port) == kOwnPorts.end()) return;
         add_value("own-port", *step_->port,
                   fmt::format("port {} of this device is its own {} port", port,

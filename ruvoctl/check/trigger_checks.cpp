@@ -120,13 +120,21 @@ class TriggerChecks {
         std::string_view trigger = entry(index).xmlField;
         if (trigger.ends_with('\r')) return;  // told already
         if (trigger.empty() || trim_blanks(trigger) == trigger) return;
+        const bool at_end = trigger.ends_with(' ') || trigger.ends_with('\t');
         auto& diagnostic = add(
             "blank-end-trigger", index,
-            fmt::format("a blank at the end of the trigger name {}", quoted(trigger)),
+            fmt::format("a blank at the {} of the trigger name {}", at_end ? "end" : "beginning",
+                        quoted(trigger)),
             fmt::format("the trigger {} without it finds nothing", quoted(trim_blanks(trigger))));
-        if (!has_own_trigger(index)) return;
-        diagnostic.fix = {findings_.replace_whole_value(*event(index).trigger_record,
-                                                        std::string(trim_blanks(trigger)))};
+        const std::size_t blank = at_end ? trigger.find_last_not_of(" \t") + 1 : 0;
+        diagnostic.length = at_end ? trigger.size() - blank : trigger.find_first_not_of(" \t");
+        if (!has_own_trigger(index)) {
+            diagnostic.offset += blank;
+            return;
+        }
+        const std::size_t record = *event(index).trigger_record;
+        diagnostic.offset = findings_.source.value_offset(record) + blank;
+        diagnostic.fix = {findings_.replace_whole_value(record, std::string(trim_blanks(trigger)))};
     }
 
     void check_others(std::size_t index) {

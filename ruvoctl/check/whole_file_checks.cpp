@@ -1,11 +1,14 @@
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
+#include "ruvoctl/socket_destination.h"
 
+#include "execution/outgoing.h"
 #include "execution/server_context.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <set>
 #include <utility>
 
@@ -76,24 +79,51 @@ void check_lines(Findings& findings, CheckSummary& summary) {
         ++summary.lines_without_effect;
         first = i;
     }
-    if (summary.lines_without_effect == 0 || findings.model.list.empty()) return;
+    if (summary.lines_without_effect == 0) return;
     findings.add_key("no-effect", first,
                      fmt::format("{} of {} lines {} no effect", summary.lines_without_effect,
                                  summary.lines, summary.lines_without_effect == 1 ? "has" : "have"),
                      "this is the first of them");
 }
 
-// What of the planned sends arrives as it is written: no error on the step, on its event
-// or on the whole file.
-void count_sends(const Findings& findings, CheckSummary& summary) {
-    std::set<std::pair<std::string_view, std::int64_t>> bad;
-    bool all_bad = false;
-    for (const Diagnostic& d : findings.diagnostics()) {
-        if (d.severity == Severity::kFatal) all_bad = true;
-        if (d.severity == Severity::kError) {
-            bad.emplace(d.event, d.step ? static_cast<std::int64_t>(*d.step) : -1);
+// Findings that keep a whole event from its trigger.
+constexpr std::array<std::string_view, 5> kEventIsLost = {"delay-stale", "duplicate-trigger",
+                                                          "trigger-unsendable", "cr-in-trigger",
+                                                          "xmlfield-overwritten"};
+
+// The steps that an error is about; a whole event is its step -1.
+class LostSends {
+  public:
+    explicit LostSends(const Findings& findings) : findings_(findings) {
+        for (const Diagnostic& d : findings.diagnostics()) {
+            if (d.severity == Severity::kFatal) all_ = true;
+            if (d.severity != Severity::kError) continue;
+            if (d.step) lost_.emplace(d.event, static_cast<std::int64_t>(*d.step));
+            const bool event =
+                std::find(kEventIsLost.begin(), kEventIsLost.end(), d.id) != kEventIsLost.end();
+            if (event) lost_.emplace(d.event, -1);
         }
     }
+
+    bool has(std::size_t event, std::size_t step) const {
+        const EventEntry& entry = findings_.model.list[event];
+        const Outgoing out = outgoing(entry.subCommands[step], findings_.word);
+        const SocketDestination to = socket_destination(out);
+        return all_ || !findings_.is_examined(event) || out.sender == Sender::kNone ||
+               !to.ip_parsed || to.port == 0 || always_refused(out.sender, to) ||
+               lost_.contains({entry.name, -1}) ||
+               lost_.contains({entry.name, static_cast<std::int64_t>(step)});
+    }
+
+  private:
+    const Findings& findings_;
+    std::set<std::pair<std::string_view, std::int64_t>> lost_;
+    bool all_ = false;
+};
+
+// What of the planned sends arrives as it is written.
+void count_sends(const Findings& findings, CheckSummary& summary) {
+    const LostSends lost(findings);
     summary.events = findings.model.list.size();
     for (std::size_t i = 0; i < findings.model.events.size(); ++i) {
         const std::string_view name = findings.model.list[i].name;
@@ -102,9 +132,7 @@ void count_sends(const Findings& findings, CheckSummary& summary) {
         for (std::size_t step = 0; step < steps.size(); ++step) {
             if (!steps[step].configured()) continue;
             ++summary.sends_planned;
-            const bool lost = all_bad || bad.contains({name, -1}) ||
-                              bad.contains({name, static_cast<std::int64_t>(step)});
-            if (!lost) ++summary.sends_as_written;
+            if (!lost.has(i, step)) ++summary.sends_as_written;
         }
     }
 }

@@ -7,6 +7,7 @@
 #include "ruvoctl/exit_status.h"
 #include "ruvoctl/output/printable.h"
 
+#include <nlohmann/json.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>

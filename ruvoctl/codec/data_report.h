@@ -3,7 +3,7 @@
 #include "ruvoctl/check/data_checks.h"
 #include "ruvoctl/output/style.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <cstdio>
 #include <string>

@@ -1,5 +1,6 @@
 #include "ruvoctl/output/printable.h"
 
+#include <nlohmann/json.hpp>
 #include <fmt/format.h>
 #include <utf8.h>
 

@@ -2,7 +2,7 @@
 
 #include "events/expand_data.h"
 #include "execution/choose_sender.h"
-#include "ruvoctl/plan/socket_destination.h"
+#include "ruvoctl/socket_destination.h"
 #include "ruvoctl/plan/world.h"
 
 #include <chrono>

@@ -12,7 +12,7 @@
 #include "net/command_request.h"
 #include "net/command_text.h"
 #include "ruvoctl/output/printable.h"
-#include "ruvoctl/plan/status_report.h"
+#include "ruvoctl/status_report.h"
 #include "ruvoctl/settings_model.h"
 
 #include <fmt/format.h>

@@ -4,6 +4,8 @@
 #include "ruvoctl/output/printable.h"
 #include "ruvoctl/plan/plan_words.h"
 
+#include <nlohmann/json.hpp>
+
 namespace ruvo::ctl {
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "ruvoctl/plan/plan.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <string_view>
 

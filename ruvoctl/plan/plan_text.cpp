@@ -2,7 +2,7 @@
 
 #include "core/text_cut.h"
 #include "ruvoctl/output/printable.h"
-#include "ruvoctl/plan/hex_dump.h"
+#include "ruvoctl/output/hex_dump.h"
 #include "ruvoctl/plan/plan_words.h"
 
 #include <fmt/format.h>

@@ -1,24 +1,17 @@
 #pragma once
 
 #include "core/number_text.h"
-#include "events/status_reply.h"
+#include "ruvoctl/status_report.h"
 
 #include <cstdint>
 #include <ctime>
 #include <optional>
-#include <string>
 
 namespace ruvo::ctl {
 
 // Where the switch stands: on, off when the event is triggered, or switched off after
 // that and before the event runs.
 enum class SwitchPosition { kOn, kOffWhenTriggered, kOffBeforeRun };
-
-// What the status service answers.
-struct StatusReport {
-    StatusVariables items;
-    std::string reply;  // its bytes as they reach a socket
-};
 
 // What a plan takes for given: everything that decides a send and that no settings file
 // says.

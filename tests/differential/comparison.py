@@ -2,6 +2,7 @@
 
 import collections
 import dataclasses
+import os
 import re
 import typing
 
@@ -10,7 +11,7 @@ import typing
 TOLERANCE_MS = 20.0
 
 # The senders of one execution are started one after another, each so much later at most.
-LAUNCH_MS = 0.3
+LAUNCH_MS = float(os.environ.get("RUVO_DIFFERENTIAL_LAUNCH_MS", "0.3"))
 
 NS_PER_MS = 1_000_000
 

@@ -132,9 +132,12 @@ class Run:
             self._fail(one_round, observation, differences)
 
     def _observe(self, one_round):
-        self._session_for(one_round)
-        self._last_round = one_round
-        observation = self._session.run(one_round)
+        try:
+            self._session_for(one_round)
+            self._last_round = one_round
+            observation = self._session.run(one_round)
+        except AssertionError as error:
+            raise AssertionError(f"seed {self._seed}, round {one_round.number}: {error}") from error
         differences, result = differences_of(observation)
         self.counts.add(observation, result)
         self._has_stale |= "stale" in observation.event_outcomes()

@@ -178,7 +178,8 @@ def _request(random, trigger):
     return pick_weighted(random, (
         (70, trigger + b"\n"), (12, trigger), (5, trigger + b"=1\n"), (3, trigger + b"\r\n"),
         (2, trigger.swapcase() + b"\n"), (2, trigger + b" \n"), (2, trigger + b"\n" + trigger + b"\n"),
-        (1, trigger + b"\n\n"), (1, b" " + trigger + b"\n"),
+        (1, trigger + b"\n\n"), (1, b" " + trigger + b"\n"), (2, trigger + b"\0 and more\n"),
+        (1, trigger + b"=" + b"x" * 1200),
     )) or b"\n"
 
 

@@ -13,7 +13,7 @@ import step_values
 NO_SERVICE_REPORT = b"(111)Connection refused"
 
 # What a client sends to name an event, and nothing else.
-NAME_ALONE = re.compile(rb"(?!__)[^=\n]{1,1000}\n")
+NAME_ALONE = re.compile(rb"(?!__)[^=\n\0]{1,1000}\n")
 
 SENDER_PROTOCOLS = {"udp": "udp", "tcp": "tcp", "udp-status": "udp", "tcp-status": "tcp"}
 

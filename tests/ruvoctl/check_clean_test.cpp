@@ -151,6 +151,16 @@ TEST(CheckSummary, AnErrorBesideAStepIsNotOneOfIt) {
     }
 }
 
+// An event that was meant as a comment sends no more than any other.
+TEST(CheckSummary, TheStepsOfACommentedEventAreCheckedToo) {
+    for (const OneStep& step :
+         {OneStep{.name = "#Beamer", .data = "0x41"}, OneStep{.name = "#Beamer", .ip = "host"},
+          OneStep{.name = "#Beamer", .protocol = "udp"}}) {
+        const CheckSummary summary = check_settings(read_source(step), {}).summary;
+        EXPECT_EQ(summary.sends_as_written, 0U) << std::string(step);
+    }
+}
+
 TEST(CheckSummary, AnEventThatNeverRunsSendsNothing) {
     for (const std::string line :
          {"BeamerDelay=60\n", "BeamerXMLfield=__a\n", "BeamerXMLfield=Lamp\r\n"}) {

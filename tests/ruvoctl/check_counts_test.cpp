@@ -91,6 +91,8 @@ TEST(CheckCounts, IndicesThatBeginAt1) {
     EXPECT_NE(problems("BeamerCount=1\n" + step_lines(1)).find("indices-from-1"),
               std::string::npos);
     EXPECT_EQ(problems(OneStep{.count = "2", .more = step_lines(1)}), "");
+    EXPECT_EQ(problems("BeamerCount=3\n" + step_lines(2)), "1:13 warning count-larger Beamer")
+        << "from 2 is not from 1";
 }
 
 }  // namespace

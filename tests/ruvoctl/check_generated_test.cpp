@@ -27,7 +27,7 @@ class SettingsMaker {
         std::string text = one_of({"", "", "", "", "", "\xEF\xBB\xBF", "# Hall\n"});
         const std::string name = one_of(kNames);
         if (!chance(6)) text += complete_event(name, one_of({"1", "1", "2", "3"}));
-        const int lines = static_cast<int>(random_() % 12);
+        const int lines = chance(3) ? 0 : static_cast<int>(random_() % 12);
         for (int line = 0; line < lines; ++line) {
             text += key(chance(3) ? std::string(one_of(kNames)) : name) + one_of(kEquals) +
                     value() + one_of(kEnds);
@@ -260,6 +260,7 @@ TEST_F(Generated, AStepWithoutAnErrorIsSent) {
         if (is_void(source)) return "";
         std::set<std::pair<std::string, std::uint32_t>> spoiled;
         std::set<std::string> spoiled_events;
+        std::set<std::string> seen;
         for (const Diagnostic& found : result.diagnostics) {
             if (found.severity != Severity::kError && found.id != "count-larger") continue;
             if (found.step) {
@@ -270,6 +271,7 @@ TEST_F(Generated, AStepWithoutAnErrorIsSent) {
         }
         for (const EventEntry& event : build_event_list(source.definitions)) {
             const std::string name = meant_name(event.name);
+            if (!seen.insert(event.name).second) continue;  // the first alone is ever run
             if (spoiled_events.count(name) > 0 || spoiled_events.count("") > 0) continue;
             for (std::uint32_t i = 0; i < event.subCommands.size(); ++i) {
                 if (spoiled.count({name, i}) > 0) continue;
@@ -280,7 +282,7 @@ TEST_F(Generated, AStepWithoutAnErrorIsSent) {
         }
         return "";
     });
-    EXPECT_GT(sent, kFiles / 2);
+    EXPECT_GT(sent, kFiles / 10);
 }
 
 // The number that the summary names, counted again.

@@ -91,6 +91,34 @@ TEST(CorrectedCopy, FaultsBehindFaultsAreCorrectedToo) {
     EXPECT_EQ(problems(corrected(text)), "") << corrected(text);
 }
 
+// Steps counted from 1 are moved down once; others stay where they are.
+TEST(CorrectedCopy, IndicesMoveByOneAtMost) {
+    EXPECT_EQ(corrected("BeamerCount=1\n" + step_lines(1)),
+              "BeamerCount=1\nBeamerIP0=10.1.2.3\nBeamerPort0=5000\nBeamerProtocol0=UDP\n"
+              "BeamerData0=4F4E\n");
+    for (const std::string& text :
+         {"BeamerCount=21\n" + step_lines(20), "BeamerCount=3\n" + step_lines(2),
+          "BeamerCount=1\n" + step_lines(128)}) {
+        EXPECT_NE(corrected(text).find(text.substr(text.find('\n') + 1)), std::string::npos)
+            << corrected(text);
+    }
+    const std::string once = corrected("BeamerIP20=10.1.2.3\n");
+    EXPECT_EQ(corrected(once), once);
+}
+
+// A key that is set properly elsewhere is not set again by the correction of a misspelt one.
+TEST(CorrectedCopy, AMisspeltKeyDoesNotReplaceAGoodOne) {
+    const std::string text = corrected(good_and("BeamerProtocl0=Status\n"));
+    EXPECT_EQ(check_settings(read_source(text), {}).summary.sends_as_written, 1U) << text;
+}
+
+TEST(CorrectedCopy, ACorrectedKeyDoesNotVoidTheFile) {
+    for (const std::string line : {"BeamerProtocl99999999999999999999999=UDP\n"}) {
+        EXPECT_EQ(problems(corrected(good_and(line))).find("fatal"), std::string::npos)
+            << corrected(good_and(line));
+    }
+}
+
 TEST(UnifiedDifference, ShowsWhatChanged) {
     EXPECT_EQ(unified_difference("a\nb\nc\n", "a\nb\nc\n"), "");
     EXPECT_EQ(unified_difference("a\nb\nc\n", "a\nX\nc\n"), "@@ -1,3 +1,3 @@\n a\n-b\n+X\n c\n");

@@ -1,4 +1,4 @@
-#include "ruvoctl/plan/socket_destination.h"
+#include "ruvoctl/socket_destination.h"
 
 #include "core/unique_fd.h"
 #include "net/ipv4_address.h"

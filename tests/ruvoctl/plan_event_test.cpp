@@ -1,7 +1,7 @@
 #include "ruvoctl/plan/plan_event.h"
 
 #include "ruvoctl/plan/local_time_text.h"
-#include "ruvoctl/plan/status_report.h"
+#include "ruvoctl/status_report.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,9 @@
 
 #include "ruvoctl/plan/local_time_text.h"
 #include "ruvoctl/plan/plan_event.h"
-#include "ruvoctl/plan/status_report.h"
+#include "ruvoctl/status_report.h"
 
+#include <nlohmann/json.hpp>
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "ruvoctl/plan/status_report.h"
+#include "ruvoctl/status_report.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 #include "ruvoctl/plan/plan_text.h"
 
-#include "ruvoctl/plan/hex_dump.h"
+#include "ruvoctl/output/hex_dump.h"
 #include "ruvoctl/plan/local_time_text.h"
 #include "ruvoctl/plan/plan_event.h"
 #include "ruvoctl/plan/plan_words.h"
-#include "ruvoctl/plan/status_report.h"
+#include "ruvoctl/status_report.h"
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,7 @@
 #include "ruvoctl/check/catalogue.h"
 #include "tests/ruvoctl/checked.h"
 
+#include <nlohmann/json.hpp>
 #include <algorithm>
 
 namespace ruvo::ctl {

@@ -1,10 +1,17 @@
 #pragma once
 
-#include "ruvoctl/plan/world.h"
+#include "events/status_reply.h"
 
+#include <string>
 #include <string_view>
 
 namespace ruvo::ctl {
+
+// What the status service answers.
+struct StatusReport {
+    StatusVariables items;
+    std::string reply;  // its bytes as they reach a socket
+};
 
 // The report of a service with these items, one name:value a line, lines ended by line
 // feeds or carriage returns.

@@ -1,4 +1,4 @@
-#include "ruvoctl/plan/hex_dump.h"
+#include "ruvoctl/output/hex_dump.h"
 
 #include "ruvoctl/output/printable.h"
 
