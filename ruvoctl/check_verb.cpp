@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -142,6 +143,11 @@ bool is_same_file(const std::string& left, const std::string& right) {
 // status is that of the copy.
 int fix(const CheckArguments& arguments, const CheckOptions& options) {
     const std::string path = arguments.files.front();
+    if (std::filesystem::exists(arguments.fix) && !is_same_file(path, arguments.fix)) {
+        fmt::print(stderr, "ruvoctl: {} exists; --fix writes a new file\n",
+                   printable(arguments.fix, Backslash::kAsItIs));
+        return kWrongUsage;
+    }
     if (is_same_file(path, arguments.fix)) {
         fmt::print(stderr, "ruvoctl: --fix writes a copy elsewhere, never in place\n");
         return kWrongUsage;
@@ -214,7 +220,13 @@ void add_check_verb(CLI::App& app, Run& run) {
     auto arguments = std::make_shared<CheckArguments>();
     add_options(*verb, *arguments);
     verb->footer(kFooter);
-    verb->final_callback([arguments, &run] {
+    verb->final_callback([verb, arguments, &run] {
+        if (!arguments->files.empty() && verb->count("--file") > 0) {
+            throw CLI::ValidationError("a file is named with -f or as FILE, not both");
+        }
+        if (std::count(arguments->files.begin(), arguments->files.end(), "-") > 1) {
+            throw CLI::ValidationError("standard input is read once");
+        }
         if (!arguments->fix.empty() && arguments->files.size() > 1) {
             throw CLI::ValidationError("--fix corrects one file at a time");
         }

@@ -51,7 +51,8 @@ class ModelBuilder {
             if (model.fate != Fate::kCreates) model.fate = Fate::kCreatesNone;
             return;
         }
-        for (const std::size_t event : found->second) place_in(record, event);
+        // Of several entries of one name, the first is the one that answers.
+        place_in(record, found->second.front());
     }
 
     void place_in(std::size_t record, std::size_t index) {
@@ -61,16 +62,13 @@ class ModelBuilder {
         try {
             placement = place_record(source_.definitions[record], event.steps.size(), word_);
         } catch (const std::logic_error&) {  // invalid or out of range
-            if (model.fate != Fate::kVoids) model_.voiding.push_back(record);
+            model_.voiding.push_back(record);
             model.fate = Fate::kVoids;
             return;
         }
-        // Of several entries of one name, the first is the one that answers.
-        if (index == *model.event) {
-            model.property = placement.property;
-            model.step = placement.step;
-            model.fate = fate_of(placement.property);
-        }
+        model.property = placement.property;
+        model.step = placement.step;
+        model.fate = fate_of(placement.property);
         apply(record, event, placement);
     }
 

@@ -69,12 +69,39 @@ class EditSet {
     std::multimap<std::size_t, Edit> edits_;
 };
 
-std::string fix_once(const SettingsSource& source, const CheckOptions& options) {
-    EditSet edits;
-    for (const Diagnostic& diagnostic : check_settings(source, options).diagnostics) {
-        edits.add(diagnostic.fix);
+// Whether a text is no worse than the one before: not void where that was not, and at
+// least as much of it is sent as it is written.
+bool is_no_worse(const std::string& text, const CheckSummary& before, const CheckOptions& options) {
+    const CheckSummary after = check_settings(read_source(text), options).summary;
+    return after.fatal <= before.fatal && after.sends_as_written >= before.sends_as_written;
+}
+
+// Fixes that do well alone may do harm together: each is made only if it does none.
+std::string fix_one_by_one(const SettingsSource& source, const CheckResult& found,
+                           const CheckOptions& options) {
+    constexpr int kMostTried = 100;
+    std::string text = source.text;
+    EditSet made;
+    int tried = 0;
+    for (const Diagnostic& diagnostic : found.diagnostics) {
+        if (diagnostic.fix.empty() || ++tried > kMostTried) continue;
+        EditSet more = made;
+        more.add(diagnostic.fix);
+        std::string candidate = apply_edits(source.text, more.take());
+        if (!is_no_worse(candidate, found.summary, options)) continue;
+        made = std::move(more);
+        text = std::move(candidate);
     }
-    return apply_edits(source.text, edits.take());
+    return text;
+}
+
+std::string fix_once(const SettingsSource& source, const CheckOptions& options) {
+    const CheckResult found = check_settings(source, options);
+    EditSet edits;
+    for (const Diagnostic& diagnostic : found.diagnostics) edits.add(diagnostic.fix);
+    std::string text = apply_edits(source.text, edits.take());
+    if (is_no_worse(text, found.summary, options)) return text;
+    return fix_one_by_one(source, found, options);
 }
 
 std::vector<std::string> lines_of(const std::string& text) {
@@ -88,9 +115,32 @@ std::vector<std::string> lines_of(const std::string& text) {
     return lines;
 }
 
+// As much of a line as a person wants to see.
 std::string shown_line(std::string_view line) {
-    while (line.ends_with('\n') || line.ends_with('\r')) line.remove_suffix(1);
-    return printable(line, Backslash::kAsItIs);
+    constexpr std::size_t kMostShown = 300;
+    line = line.substr(0, line.find_first_of("\r\n"));
+    const std::string shown = printable(line.substr(0, kMostShown), Backslash::kAsItIs);
+    return line.size() > kMostShown ? shown + "..." : shown;
+}
+
+// The corrected line, or of a very long one the piece around the edits.
+std::string corrected_line(const SettingsSource& source, std::size_t line,
+                           const std::vector<Edit>& edits) {
+    constexpr std::size_t kAround = 200;
+    constexpr std::size_t kLongLine = 4096;
+    std::size_t begin = source.line_offset(line);
+    std::size_t end = begin + source.line_text(line).size();
+    if (end - begin > kLongLine) {
+        begin = edits.front().offset - std::min(edits.front().offset - begin, kAround);
+        end = std::min(end, end_of(edits.front()) + kAround);
+    }
+    std::vector<Edit> inside;
+    for (const Edit& edit : edits) {
+        if (edit.offset >= begin && end_of(edit) <= end) {
+            inside.push_back({edit.offset - begin, edit.length, edit.text});
+        }
+    }
+    return shown_line(apply_edits(source.text.substr(begin, end - begin), std::move(inside)));
 }
 
 }  // namespace
@@ -113,21 +163,26 @@ std::string apply_edits(const std::string& text, std::vector<Edit> edits) {
 std::vector<std::string> corrected_lines(const SettingsSource& source,
                                          const std::vector<Edit>& edits) {
     std::vector<std::string> lines;
+    std::map<std::size_t, std::vector<Edit>> by_line;
     for (const Edit& edit : edits) {
         const std::size_t line = source.position(edit.offset).line;
-        const std::size_t begin = source.line_offset(line);
-        const std::string text(source.line_text(line));
+        const std::size_t length = source.line_text(line).size();
         if (edit.length == 0 && (edit.text.ends_with('\n') || edit.text.starts_with('\n'))) {
-            lines.push_back("(add) " + shown_line(edit.text));
-        } else if (edit.text.empty() && edit.length >= text.size()) {
+            const auto text =
+                std::string_view(edit.text).substr(edit.text.starts_with('\n') ? 1 : 0);
+            lines.push_back("(add) " + shown_line(text));
+        } else if (edit.text.empty() && edit.length >= length) {
             lines.push_back(fmt::format("(remove line {})", line));
-        } else if (end_of(edit) <= begin + text.size() + 1) {
-            const std::string corrected =
-                apply_edits(text + "\n", {{edit.offset - begin, edit.length, edit.text}});
-            lines.push_back(shown_line(corrected));
+        } else {
+            by_line[line].push_back(edit);
         }
     }
-    return lines;
+    std::vector<std::string> corrected;
+    for (const auto& [line, changes] : by_line) {
+        corrected.push_back(corrected_line(source, line, changes));
+    }
+    corrected.insert(corrected.end(), lines.begin(), lines.end());
+    return corrected;
 }
 
 std::string corrected_copy(const SettingsSource& source, const CheckOptions& options) {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -75,18 +76,30 @@ class CountChecks {
         }
     }
 
+    bool creates(std::size_t record) const {
+        return findings_.model.records[record].fate == Fate::kCreates;
+    }
+
     void check_several(const NameLines& lines) {
+        if (lines.counts.size() < 2) return;
+        const auto number = static_cast<std::size_t>(
+            std::count_if(lines.counts.begin(), lines.counts.end(),
+                          [this](std::size_t record) { return creates(record); }));
+        const auto first = std::find_if(lines.counts.begin(), lines.counts.end(),
+                                        [this](std::size_t record) { return creates(record); });
+        const std::size_t kept = first == lines.counts.end() ? lines.counts.front() : *first;
         for (std::size_t i = 1; i < lines.counts.size(); ++i) {
-            const bool both = findings_.model.records[lines.counts[i]].fate == Fate::kCreates &&
-                              findings_.model.records[lines.counts[0]].fate == Fate::kCreates;
             auto& diagnostic = findings_.add_key(
                 "duplicate-count", lines.counts[i],
                 fmt::format("line {} is a Count of {}, too",
-                            findings_.source.line_of(lines.counts[0]), quoted(lines.name)),
-                both ? "two events of one name: only the first answers the trigger"
-                     : "the one above 0 makes the event");
+                            findings_.source.line_of(lines.counts[0]), in_quotes(lines.name)),
+                number > 1    ? "several events of one name: only the first answers the trigger"
+                : number == 1 ? "the one above 0 makes the event"
+                              : "none of them makes an event");
             diagnostic.event = lines.name;
-            diagnostic.fix = {findings_.remove_line(lines.counts[i])};
+            const std::size_t needless =
+                lines.counts[i] == kept ? lines.counts[0] : lines.counts[i];
+            diagnostic.fix = {findings_.remove_line(needless)};
         }
     }
 
@@ -107,18 +120,28 @@ class CountChecks {
         if (findings_.is_explained(name + "Count")) return;
         const std::size_t record = *lines.first_step;
         if (findings_.is_explained(std::string(findings_.source.key(record)))) return;
-        const auto similar = known_.beginning_of(name);
-        const bool misspelt = similar && similar->size() == name.size() && *similar != name;
+        const std::string similar = nearest_word(name, known_.names());
+        const bool misspelt = !similar.empty() && similar != name;
         auto& diagnostic = findings_.add_key(
             "count-missing", record,
-            misspelt ? fmt::format("there is no {}Count; did you mean {}?", quoted(name),
-                                   quoted(*similar))
-                     : fmt::format("{} has steps but no {}", quoted(name), quoted(name + "Count")),
+            misspelt
+                ? fmt::format("there is no {}Count; did you mean {}?", in_quotes(name),
+                              in_quotes(similar))
+                : fmt::format("{} has steps but no {}", in_quotes(name), in_quotes(name + "Count")),
             "the event does not exist: nothing of it is sent");
         diagnostic.event = name;
-        if (misspelt) return;
+        if (misspelt || !is_whole_step(name) || lines.highest_step >= 128) return;
         diagnostic.fix = {findings_.insert_line_before(
             record, fmt::format("{}Count={}", name, lines.highest_step + 1))};
+    }
+
+    // Whether the lines of a name are those of an event, not of some other program.
+    bool is_whole_step(const std::string& name) const {
+        std::set<std::string_view> fields;
+        for (const std::size_t record : findings_.records_of(name)) {
+            fields.insert(findings_.definition(record).field);
+        }
+        return fields.contains("IP") && fields.contains("Port") && fields.contains("Protocol");
     }
 
     void add_not_positive(const NameLines& lines) {
@@ -127,9 +150,9 @@ class CountChecks {
         const bool number = begins_with_number(value);
         auto& diagnostic = findings_.add_value(
             number ? "count-not-positive" : "count-garbage", record,
-            number ? fmt::format("the Count of {} is {}", quoted(lines.name), quoted(value))
-                   : fmt::format("the Count of {} is no number: {}", quoted(lines.name),
-                                 quoted(value)),
+            number ? fmt::format("the Count of {} is {}", in_quotes(lines.name), in_quotes(value))
+                   : fmt::format("the Count of {} is no number: {}", in_quotes(lines.name),
+                                 in_quotes(value)),
             "the event does not exist: nothing of its steps is sent");
         diagnostic.event = lines.name;
         if (number) return;
@@ -141,6 +164,7 @@ class CountChecks {
         const EventModel& event = findings_.model.events[index];
         const std::string& name = findings_.model.list[index].name;
         if (name == "GenericEvents") return add_generic(event);
+        if (looks_like_comment(name) && findings_.steps_named(name).empty()) return;
         check_case(index);
         const std::int32_t count =
             int32_of(findings_.definition(event.count_record).value, findings_.word);
@@ -163,8 +187,9 @@ class CountChecks {
             if (name == built_in || lower_case(name) != lower_case(built_in)) continue;
             auto& diagnostic = findings_.add_key(
                 "built-in-case", findings_.model.events[index].count_record,
-                fmt::format("{} is not the built-in event {}", quoted(name), quoted(built_in)),
-                fmt::format("the device's own trigger {} does not run it", quoted(built_in)));
+                fmt::format("{} is not the built-in event {}", in_quotes(name),
+                            in_quotes(built_in)),
+                fmt::format("the device's own trigger {} does not run it", in_quotes(built_in)));
             diagnostic.event = name;
             if (!findings_.model.has_event(built_in)) diagnostic.fix = rename(name, built_in);
         }
@@ -181,7 +206,7 @@ class CountChecks {
     void add_above(const EventModel& event, const std::string& name, std::int32_t count) {
         auto& diagnostic = findings_.add_value(
             "count-above-128", event.count_record,
-            fmt::format("the Count of {} is {}", quoted(name), count),
+            fmt::format("the Count of {} is {}", in_quotes(name), count),
             fmt::format("the event has {} steps; the others do not exist", kMaxSubCommands));
         diagnostic.event = name;
         diagnostic.fix = {
@@ -207,14 +232,15 @@ class CountChecks {
     }
 
     void check_unused_steps(const EventModel& event, const std::string& name) {
+        if (starts_at_one(name)) return;  // told better
         std::vector<std::size_t> unused;
-        for (std::size_t i = starts_at_one(name) ? 1 : 0; i < event.steps.size(); ++i) {
+        for (std::size_t i = 0; i < event.steps.size(); ++i) {
             if (!event.steps[i].configured() && !is_explained_step(name, i)) unused.push_back(i);
         }
         if (unused.empty()) return;
         auto& diagnostic = findings_.add_value(
             "count-larger", event.count_record,
-            fmt::format("the Count of {} is {}, but no line configures step{} {}", quoted(name),
+            fmt::format("the Count of {} is {}, but no line configures step{} {}", in_quotes(name),
                         event.steps.size(), unused.size() == 1 ? "" : "s", list_of(unused)),
             "nothing is sent for them; each leaves a line in the event log");
         diagnostic.event = name;
@@ -232,7 +258,7 @@ class CountChecks {
             findings_.steps_named(name).contains(static_cast<std::uint32_t>(event.steps.size()));
         auto& diagnostic = findings_.add_key(
             "indices-from-1", first_indexed_line(name),
-            fmt::format("the steps of {} begin at 1; the first step is 0", quoted(name)),
+            fmt::format("the steps of {} begin at 1; the first step is 0", in_quotes(name)),
             lost ? "step 0 sends nothing, and the last one is at the Count and so lost"
                  : "step 0 sends nothing");
         diagnostic.event = name;

@@ -6,6 +6,7 @@
 #include "events/unescape_data.h"
 #include "execution/outgoing.h"
 #include "ruvoctl/check/catalogue.h"
+#include "ruvoctl/check/findings.h"
 #include "ruvoctl/codec/misfit.h"
 #include "ruvoctl/codec/notation.h"
 #include "ruvoctl/codec/read_notation.h"
@@ -131,7 +132,8 @@ class DataCheck {
 
     std::string what_leaves() const {
         if (data_.empty()) return "nothing of it leaves: an empty message is sent";
-        return fmt::format("what leaves is \"{}\"", printable(unescape_data(data_)));
+        const std::string sent(cut_to_buffer(unescape_data(data_), kSentDataBytes));
+        return fmt::format("what leaves is \"{}\"", printable(sent));
     }
 
     // Whether the value is plain hexadecimal, two digits a byte.
@@ -146,10 +148,9 @@ class DataCheck {
         if (value_.size() % 2 == 0) return true;
         add("hex-odd", value_.size() - 1, 1,
             fmt::format("{} hexadecimal digits: the last one is a byte of its own", value_.size()),
-            fmt::format(
-                "0x{:02X} is sent for it; if a digit is missing further in front, every byte "
-                "from there on is wrong; {}",
-                static_cast<unsigned char>(bytes_.back()), what_leaves()));
+            fmt::format("if a digit is missing further in front, every byte from there on is "
+                        "wrong; {}",
+                        what_leaves()));
         return false;
     }
 
@@ -164,13 +165,38 @@ class DataCheck {
                 what_leaves(), hex_of(*meant));
             return;
         }
+        if (ends_there(position)) return;
         add("hex-invalid", position, 1, fmt::format("'{}' is no hexadecimal digit", shown),
             what_leaves(), hex_of_text());
     }
 
-    // Text that has been written as it is; none that may be meant otherwise, such as
-    // hexadecimal digits with a slip of the pen.
+    // Whether what is no digit only ends the data, as a remark behind it does.
+    bool ends_there(std::size_t position) const {
+        if (position == 0 || position % 2 != 0) return false;
+        const char c = value_[position];
+        return (c == ' ' || c == '\t' || c == ';' || c == '#' || c == '/') &&
+               data_ == hex_to_bytes(value_.substr(0, position));
+    }
+
+    // A value without blanks, quotes or braces around it.
+    static std::string_view bare(std::string_view value) {
+        std::string_view inner = trim_blanks(value);
+        if (inner.size() < 2) return inner;
+        const std::string ends{inner.front(), inner.back()};
+        if (ends == "\"\"" || ends == "''" || ends == "{}" || ends == "[]") {
+            inner = trim_blanks(inner.substr(1, inner.size() - 2));
+        }
+        return inner;
+    }
+
+    // Digits with blanks around them, or text that has been written as it is; nothing that
+    // may be meant otherwise, such as digits with a slip of the pen.
     std::optional<std::string> hex_of_text() const {
+        const std::string_view inner = bare(value_);
+        if (!inner.empty() && inner.size() % 2 == 0 &&
+            std::all_of(inner.begin(), inner.end(), is_hex_digit)) {
+            return std::string(inner);
+        }
         const auto digits = std::count_if(value_.begin(), value_.end(), is_hex_digit);
         if (digits * 4 >= static_cast<std::ptrdiff_t>(value_.size()) * 3) return {};
         try {
@@ -264,7 +290,9 @@ class DataCheck {
         const std::string hint =
             nearest.empty() ? std::string() : fmt::format("; did you mean {{{{{}}}}}?", nearest);
         std::optional<std::string> replacement;
-        if (!nearest.empty()) replacement = "{{" + nearest + "}}";
+        if (same_ignoring_case(nearest, trim_blanks(macro.name))) {
+            replacement = "{{" + nearest + "}}";
+        }
         if (items_ == nullptr && could_be_item(macro.name)) {
             add_at("unproven-macro", macro.position, length,
                    fmt::format("{} is no built-in macro{}", shown, hint),

@@ -88,7 +88,7 @@ class DelayChecks {
                    entry_->delay >= kUnlikelySeconds) {
             add_value("delay-milliseconds", record,
                       fmt::format("{} is read as {} seconds: an event's delay has no smaller unit",
-                                  quoted(value), entry_->delay),
+                                  in_quotes(value), entry_->delay),
                       fmt::format("its steps go out {} seconds after the trigger", entry_->delay));
         } else if (!is_plain_number(value)) {
             add_unit(record, value, entry_->delay, "seconds", 1000);
@@ -110,7 +110,9 @@ class DelayChecks {
     void add_unit(std::size_t record, std::string_view value, std::int32_t effective,
                   const char* unit, std::int64_t unit_ms) {
         auto& diagnostic = add_value(
-            "delay-unit", record, fmt::format("{} is no whole number of {}", quoted(value), unit),
+            "delay-unit", record,
+            value.empty() ? fmt::format("an empty delay")
+                          : fmt::format("{} is more than a number of {}", in_quotes(value), unit),
             fmt::format("it is read as {} {}", effective, unit));
         const auto meant = milliseconds_of(value, 1000);
         if (!meant || *meant % unit_ms != 0) return;
@@ -165,7 +167,6 @@ class DelayChecks {
     }
 
     bool is_out_of_order(std::size_t step) const {
-        if (step == 0 || !event_->steps[step - 1].delay) return false;
         std::size_t last = *event_->steps[step].delay;
         for (std::size_t i = step; i-- > 0;) {
             if (!event_->steps[i].delay) return false;
@@ -175,11 +176,17 @@ class DelayChecks {
         return false;
     }
 
+    bool stands_early(std::size_t step) const {
+        return *event_->steps[step - 1].delay > *event_->steps[step].delay;
+    }
+
     void add_order(std::size_t step, std::int64_t meant_ns, bool told) {
         const std::size_t record = *event_->steps[step].delay;
         auto& diagnostic = findings_.add_key(
             "delay-order", record,
-            fmt::format("the delay of step {} stands before that of a step in front of it", step),
+            stands_early(step)
+                ? fmt::format("the delay of step {} stands before that of step {}", step, step - 1)
+                : std::string("delays in front of it do not stand in rising order"),
             fmt::format("{} is sent after {} ms, not after {} ms: delays add up in the order of "
                         "the lines",
                         step_text(entry_->name, step),
@@ -214,9 +221,10 @@ class DelayChecks {
             "delay-gap", record,
             fmt::format("{} has no Delay, steps in front of it have",
                         step_text(entry_->name, step)),
-            fmt::format("it is sent at once and overtakes them ({} ms), and the delays behind it "
-                        "count from it",
-                        sum_ns / kNsPerMs));
+            fmt::format("it is sent at once and overtakes them ({} ms){}", sum_ns / kNsPerMs,
+                        step + 1 < event_->steps.size() && event_->steps[step + 1].delay
+                            ? ", and the delays behind it count from it"
+                            : ""));
         diagnostic.event = entry_->name;
         diagnostic.step = static_cast<std::uint32_t>(step);
         for (std::size_t i = step; i-- > 0;) {

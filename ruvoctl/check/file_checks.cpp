@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 
 namespace ruvo::ctl {
 namespace {
@@ -38,17 +39,44 @@ void check_byte_order_mark(Findings& findings) {
     if (source.definitions.empty() || source.piece_of[0] != 0) return;
     const std::string_view key = source.key(0).substr(kMarkBytes);
     const EventDefinition meant = split_key(key, "");
-    if (meant.kind == kPlainKey) return;
+    findings.damage(0);
+    if (meant.kind == kPlainKey || looks_like_comment(key)) return;
     auto& diagnostic = findings.add(
         "byte-order-mark", 0, kMarkBytes, "a byte-order mark stands in front of the first key",
-        fmt::format("the key is not {}: the line is lost", quoted(key)));
+        fmt::format("the key is not {}: the line is lost", in_quotes(key)));
     diagnostic.event = meant.name;
     diagnostic.fix = {{0, kMarkBytes, ""}};
     findings.explain(std::string(key));
-    findings.damage(0);
     if (findings.model.records[0].fate == Fate::kCreates) {
         findings.dismiss(*findings.model.records[0].event);
     }
+}
+
+// The record that a piece of the file holds.
+std::optional<std::size_t> record_in(const SettingsSource& source, std::size_t piece) {
+    const auto found = std::lower_bound(source.piece_of.begin(), source.piece_of.end(), piece);
+    if (found == source.piece_of.end() || *found != piece) return {};
+    return static_cast<std::size_t>(found - source.piece_of.begin());
+}
+
+// The record in whose line an offset of the file lies.
+std::optional<std::size_t> record_at(const SettingsSource& source, std::size_t offset) {
+    const auto next =
+        std::upper_bound(source.pieces.begin(), source.pieces.end(), offset,
+                         [](std::size_t o, const SourcePiece& piece) { return o < piece.offset; });
+    return record_in(source, static_cast<std::size_t>(next - source.pieces.begin()) - 1);
+}
+
+// A finding about the line of a record, whose value is not what was written: nothing
+// else is said about it.
+void blame_record(Findings& findings, Diagnostic& diagnostic, std::optional<std::size_t> record) {
+    if (!record) return;
+    findings.damage(*record);
+    if (findings.definition(*record).kind == kPlainKey) return;
+    diagnostic.event = findings.definition(*record).name;
+    const RecordModel& model = findings.model.records[*record];
+    const bool applies = model.fate == Fate::kApplies || model.fate == Fate::kOverwritten;
+    if (applies && findings.definition(*record).kind == kIndexedKey) diagnostic.step = model.step;
 }
 
 std::string without(std::string_view text, char unwanted) {
@@ -57,7 +85,8 @@ std::string without(std::string_view text, char unwanted) {
     return result;
 }
 
-void check_zero_bytes(Findings& findings, const SourcePiece& piece) {
+void check_zero_bytes(Findings& findings, std::size_t index) {
+    const SourcePiece& piece = findings.source.pieces[index];
     const std::string_view text =
         std::string_view(findings.source.text).substr(piece.offset, piece.length);
     const auto zero = text.find('\0');
@@ -66,7 +95,7 @@ void check_zero_bytes(Findings& findings, const SourcePiece& piece) {
     if (without(without(without(lost, '\0'), '\r'), '\n').empty()) return;
     auto& diagnostic = findings.add("zero-byte", piece.offset + zero, 1, "a zero byte in the line",
                                     "the line ends there: what follows is not read");
-    diagnostic.fix = {{piece.offset, piece.length, without(text, '\0')}};
+    blame_record(findings, diagnostic, record_in(findings.source, index));
 }
 
 // A carriage return with a setting behind it.
@@ -86,17 +115,10 @@ void check_returns(Findings& findings, std::size_t line) {
     auto& diagnostic = findings.add("cr-line-ends", source.line_offset(line) + at, 1,
                                     "a carriage return without a line feed ends no line",
                                     "the settings behind it are read as part of this line's value");
+    blame_record(findings, diagnostic, record_at(findings.source, source.line_offset(line) + at));
     for (std::size_t i = at; i + 1 < text.size(); ++i) {
         if (text[i] == '\r' && text[i + 1] != '\r') {
             diagnostic.fix.push_back({source.line_offset(line) + i, 1, "\n"});
-        }
-    }
-}
-
-void damage_records_with_returns(Findings& findings) {
-    for (std::size_t i = 0; i < findings.source.definitions.size(); ++i) {
-        if (inner_return(findings.definition(i).value) != std::string_view::npos) {
-            findings.damage(i);
         }
     }
 }
@@ -112,10 +134,12 @@ void check_length(Findings& findings, std::size_t piece) {
     const std::string_view rest = line.substr(pieces[piece].length);
     if (rest.find_first_not_of("\r\n") == std::string_view::npos) return;
     if (line.find('=') == std::string_view::npos) return;
-    findings.add("long-line", pieces[piece + 1].offset, rest.size(),
-                 fmt::format("a line of {} characters; at most {} are read at once", line.size(),
-                             pieces[piece].length),
-                 "the value is cut here, and the rest is read as a line of its own");
+    auto& diagnostic =
+        findings.add("long-line", pieces[piece + 1].offset, rest.size(),
+                     fmt::format("a line of {} characters; at most {} are read at once",
+                                 line.size(), pieces[piece].length),
+                     "the value is cut here, and the rest is read as a line of its own");
+    blame_record(findings, diagnostic, record_in(findings.source, piece));
 }
 
 }  // namespace
@@ -124,13 +148,12 @@ bool check_file_form(Findings& findings) {
     if (!check_encoding(findings)) return false;
     check_byte_order_mark(findings);
     for (std::size_t i = 0; i < findings.source.pieces.size(); ++i) {
-        check_zero_bytes(findings, findings.source.pieces[i]);
+        check_zero_bytes(findings, i);
         check_length(findings, i);
     }
     for (std::size_t i = 1; i <= findings.source.line_begins.size(); ++i) {
         check_returns(findings, i);
     }
-    damage_records_with_returns(findings);
     return true;
 }
 

@@ -138,7 +138,7 @@ std::string step_text(std::string_view event, std::size_t step) {
     return fmt::format("{} step {}", printable(event, Backslash::kAsItIs), step);
 }
 
-std::string quoted(std::string_view text) {
+std::string in_quotes(std::string_view text) {
     return fmt::format("\"{}\"", printable(text, Backslash::kAsItIs));
 }
 

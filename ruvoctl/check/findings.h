@@ -103,7 +103,7 @@ std::string_view trim_blanks(std::string_view text);
 std::string step_text(std::string_view event, std::size_t step);
 
 // The text in double quotes, safe for a terminal.
-std::string quoted(std::string_view text);
+std::string in_quotes(std::string_view text);
 
 // The checks, each about one subject, in the order in which they are made: a later one is
 // silent about what an earlier one has explained. False when the rest of the file can't

@@ -56,15 +56,31 @@ class KeyChecks {
     const RecordModel& model(std::size_t record) const { return findings_.model.records[record]; }
     std::string_view key(std::size_t record) const { return findings_.source.key(record); }
 
-    // What a line should have been, unless another line is that already: then only a
-    // person knows which one counts.
+    // What a key sets, however it is written: name, field and step. Empty for a key that
+    // sets nothing anywhere.
+    static std::string subject_of(std::string_view key) {
+        const EventDefinition d = split_key(key, "");
+        const std::string_view index = trim_blanks(d.index);
+        const bool event = d.kind == kFieldKey && (is_event_field(d.field) || d.field == "Delay");
+        const bool step = d.kind == kIndexedKey && !is_event_field(d.field) && is_number(index) &&
+                          index.size() <= 9;
+        if (event) return d.name + "\n" + d.field;
+        if (step) return d.name + "\n" + d.field + "\n" + std::to_string(index_of(d.index));
+        return {};
+    }
+
+    // The key that a line should have had. Nothing when that sets nothing either, or when
+    // another line sets the same: then only a person knows which one counts.
     std::vector<Edit> corrected_key(std::size_t record, const std::string& better) {
-        if (keys_.empty()) {
+        if (subjects_.empty()) {
             for (std::size_t i = 0; i < findings_.source.definitions.size(); ++i) {
-                keys_.insert(key(i));
+                subjects_.insert(lower_case(subject_of(key(i))));
             }
         }
-        if (keys_.contains(better)) return {};
+        const bool plain =
+            std::find(kPlainKeys.begin(), kPlainKeys.end(), better) != kPlainKeys.end();
+        const std::string subject = subject_of(better);
+        if (!plain && (subject.empty() || subjects_.contains(lower_case(subject)))) return {};
         return {findings_.replace_key(record, better)};
     }
 
@@ -118,7 +134,7 @@ class KeyChecks {
         auto& diagnostic =
             add_at_index("blank-before-equals", record,
                          fmt::format("the blank before \"=\" makes an index without a number of {}",
-                                     quoted(d.name + d.field)));
+                                     in_quotes(d.name + d.field)));
         diagnostic.fix = corrected_key(record, d.name + d.field);
         findings_.explain(d.name + d.field);
     }
@@ -126,7 +142,7 @@ class KeyChecks {
     void add_out_of_range(std::size_t record) {
         add_at_index("index-out-of-range", record,
                      fmt::format("the index {} is beyond the range of the device's numbers",
-                                 quoted(definition(record).index)));
+                                 in_quotes(definition(record).index)));
     }
 
     void add_field_word_voids(std::size_t record, const MeantKey& meant) {
@@ -136,9 +152,9 @@ class KeyChecks {
             fmt::format(
                 "\"{}\" stands inside the event name: {} is read as the field {} of the event "
                 "{} with the index {}",
-                d.field, quoted(key(record)), d.field, quoted(d.name), quoted(d.index)));
+                d.field, in_quotes(key(record)), d.field, in_quotes(d.name), in_quotes(d.index)));
         diagnostic.effect += fmt::format("; give {} a shorter name and an XMLfield of {}",
-                                         quoted(meant.name), quoted(meant.name));
+                                         in_quotes(meant.name), in_quotes(meant.name));
         diagnostic.fix = rename(meant.name);
         findings_.explain(std::string(key(record)));
     }
@@ -148,7 +164,7 @@ class KeyChecks {
         auto& diagnostic =
             add_at_index("index-not-a-number", record,
                          fmt::format("the index {} of {} does not begin with a number",
-                                     quoted(d.index), quoted(d.name + d.field)));
+                                     in_quotes(d.index), in_quotes(d.name + d.field)));
         const std::string meant = likely_key(record);
         if (meant.empty()) return;
         diagnostic.fix = corrected_key(record, meant);
@@ -175,10 +191,10 @@ class KeyChecks {
             "comment-is-setting", record,
             "there are no comments: a line with \"=\" is a setting, whatever it begins with",
             makes ? fmt::format("it makes the event {}, which a trigger of that name runs",
-                                quoted(d.name))
+                                in_quotes(d.name))
                   : fmt::format("it is a setting of {}; an index without a number in it voids the "
                                 "whole file where such an event exists",
-                                quoted(d.name)));
+                                in_quotes(d.name)));
         diagnostic.event = d.name;
         const std::string text(key(record));
         diagnostic.fix = {{findings_.source.key_offset(record), text.size() + 1, text + ":"}};
@@ -193,10 +209,11 @@ class KeyChecks {
         if (d.kind == kPlainKey || blank == std::string::npos) return false;
         const std::string meant = meant_name(d.name);
         if (meant.empty()) return false;
+        if (findings_.model.has_event(d.name)) return check_name_with_blank(record, meant);
         auto& diagnostic = findings_.add(
             "blank-in-key", findings_.source.key_offset(record) + blank, 1,
             fmt::format("a blank in the event name: the line belongs to {}, not to {}",
-                        quoted(d.name), quoted(meant)),
+                        in_quotes(d.name), in_quotes(meant)),
             "the line is lost for the event it was meant for");
         diagnostic.event = meant;
         const std::string key = meant + d.field + d.index;
@@ -204,7 +221,26 @@ class KeyChecks {
         blame_step(diagnostic, meant, d.field, trim_blanks(d.index));
         findings_.explain(meant + d.field + std::string(trim_blanks(d.index)));
         findings_.dismiss_name(d.name);
-        if (model(record).fate == Fate::kCreates) findings_.dismiss(*model(record).event);
+        return true;
+    }
+
+    // An event whose lines all have the blank exists under the name with it: told once.
+    bool check_name_with_blank(std::size_t record, const std::string& meant) {
+        const EventDefinition& d = definition(record);
+        if (model(record).fate != Fate::kCreates) return true;
+        auto& diagnostic = findings_.add(
+            "blank-in-key", findings_.source.key_offset(record) + d.name.find_first_of(" \t"), 1,
+            fmt::format("a blank in the event name {}", in_quotes(d.name)),
+            fmt::format("a trigger {} does not run it", in_quotes(meant)));
+        diagnostic.event = meant;
+        if (!names_.contains(meant)) {
+            for (const std::size_t i : findings_.records_of(d.name)) {
+                diagnostic.fix.push_back({findings_.source.key_offset(i), d.name.size(), meant});
+            }
+        }
+        findings_.explain(meant + "Count");
+        findings_.dismiss_name(d.name);
+        findings_.dismiss(*model(record).event);
         return true;
     }
 
@@ -231,8 +267,8 @@ class KeyChecks {
             "count-blank", findings_.source.key_offset(record) + d.name.size() + d.field.size(),
             d.index.size(),
             fmt::format("a blank between {} and \"=\": the line is no Count",
-                        quoted(d.name + d.field)),
-            fmt::format("the event {} does not exist: nothing of it is sent", quoted(d.name)));
+                        in_quotes(d.name + d.field)),
+            fmt::format("the event {} does not exist: nothing of it is sent", in_quotes(d.name)));
         diagnostic.event = d.name;
         diagnostic.fix = corrected_key(record, d.name + d.field);
         findings_.explain(d.name + d.field);
@@ -255,17 +291,17 @@ class KeyChecks {
             return add_unread(
                 record, trimmed.empty() ? "a key without a name" : "there is no such setting");
         }
-        auto& diagnostic = findings_.add_key(
-            "unknown-key", record,
-            fmt::format("there is no setting {}; did you mean {}?", quoted(name), quoted(nearest)),
-            "nothing reads the line");
+        auto& diagnostic = findings_.add_key("unknown-key", record,
+                                             fmt::format("there is no setting {}; did you mean {}?",
+                                                         in_quotes(name), in_quotes(nearest)),
+                                             "nothing reads the line");
         diagnostic.fix = corrected_key(record, nearest);
         findings_.explain(nearest);
     }
 
     void add_unread(std::size_t record, const std::string& why) {
         findings_.add_key("unread-key", record,
-                          fmt::format("nothing reads {}: {}", quoted(key(record)), why),
+                          fmt::format("nothing reads {}: {}", in_quotes(key(record)), why),
                           "the line has no effect");
     }
 
@@ -287,9 +323,9 @@ class KeyChecks {
         auto& diagnostic = findings_.add(
             "field-at-beginning", findings_.source.key_offset(record), word.size(),
             fmt::format("the event name begins with the field word \"{}\": in {} no field is found",
-                        word, quoted(key(record))),
+                        word, in_quotes(key(record))),
             fmt::format("the line is lost; give {} another name and an XMLfield of {}",
-                        quoted(meant.name), quoted(meant.name)));
+                        in_quotes(meant.name), in_quotes(meant.name)));
         diagnostic.event = meant.name;
         blame_step(diagnostic, meant.name, meant.field, meant.index);
         diagnostic.fix = rename(meant.name);
@@ -336,6 +372,15 @@ class KeyChecks {
         return {};
     }
 
+    const std::vector<std::size_t>& records_meant_for(std::string_view name) {
+        if (meant_for_.empty()) {
+            for (std::size_t i = 0; i < findings_.source.definitions.size(); ++i) {
+                if (const auto meant = meant_key(key(i))) meant_for_[meant->name].push_back(i);
+            }
+        }
+        return meant_for_[name];
+    }
+
     // Another name for the event and its own one as the trigger name, once for each event.
     std::vector<Edit> rename(std::string_view name) {
         if (!renamed_.insert(std::string(name)).second) return {};
@@ -344,9 +389,8 @@ class KeyChecks {
         std::vector<Edit> edits;
         bool has_trigger = false;
         std::optional<std::size_t> count;
-        for (std::size_t i = 0; i < findings_.source.definitions.size(); ++i) {
+        for (const std::size_t i : records_meant_for(name)) {
             const auto meant = meant_key(key(i));
-            if (!meant || meant->name != name) continue;
             if (meant->field == "Count") count = i;
             if (meant->field == "XMLfield") has_trigger = true;
             edits.push_back(findings_.replace_key(
@@ -369,9 +413,9 @@ class KeyChecks {
             fmt::format(
                 "\"{}\" stands inside the event name: {} is read as the field {} of an event "
                 "{}",
-                d.field, quoted(key(record)), d.field, quoted(d.name)),
+                d.field, in_quotes(key(record)), d.field, in_quotes(d.name)),
             fmt::format("{} of {} is lost; give the event a shorter name and an XMLfield of {}",
-                        meant->field, quoted(meant->name), quoted(meant->name)));
+                        meant->field, in_quotes(meant->name), in_quotes(meant->name)));
         diagnostic.event = meant->name;
         blame_step(diagnostic, meant->name, meant->field, meant->index);
         diagnostic.fix = rename(meant->name);
@@ -397,17 +441,17 @@ class KeyChecks {
         const EventDefinition& d = definition(record);
         if (!is_step_field(d.field)) {
             if (model(record).fate == Fate::kNoEvent && !names_.contains(d.name)) {
-                add_unread(record, fmt::format("there is no {}Count", d.name));
+                add_unread(record, fmt::format("there is no {}", in_quotes(d.name + "Count")));
             }
             return;
         }
         if (!is_known(d.name)) {
-            return add_unread(record, fmt::format("there is no {}Count", d.name));
+            return add_unread(record, fmt::format("there is no {}", in_quotes(d.name + "Count")));
         }
         const std::optional<std::size_t> step = first_step_without(record);
         auto& diagnostic = findings_.add_key(
             "missing-index", record,
-            fmt::format("{} has no index: it belongs to no step", quoted(key(record))),
+            fmt::format("{} has no index: it belongs to no step", in_quotes(key(record))),
             step ? fmt::format("nothing reads it; {} lacks its {}", step_text(d.name, *step),
                                d.field)
                  : std::string("nothing reads it"));
@@ -457,7 +501,8 @@ class KeyChecks {
         const EventDefinition& d = definition(record);
         if (is_event_field(d.field)) return check_event_field_index(record);
         if (model(record).fate == Fate::kNoEvent) {
-            if (!is_known(d.name)) add_unread(record, fmt::format("there is no {}Count", d.name));
+            if (!is_known(d.name))
+                add_unread(record, fmt::format("there is no {}", in_quotes(d.name + "Count")));
             return;
         }
         check_word_of_index(record);
@@ -496,8 +541,8 @@ class KeyChecks {
         const bool negative = trim_blanks(d.index).starts_with('-');
         auto& diagnostic =
             findings_.add_key(negative ? "index-negative" : "index-beyond-count", record,
-                              negative ? fmt::format("the index {} is negative", quoted(d.index))
-                                       : fmt::format("{} has {} step{}, 0 to {}", quoted(d.name),
+                              negative ? fmt::format("the index {} is negative", in_quotes(d.index))
+                                       : fmt::format("{} has {} step{}, 0 to {}", in_quotes(d.name),
                                                      count, count == 1 ? "" : "s", count - 1),
                               "nothing reads the line");
         diagnostic.event = d.name;
@@ -515,7 +560,8 @@ class KeyChecks {
     void add_wrapped(std::size_t record) {
         const EventDefinition& d = definition(record);
         auto& diagnostic = findings_.add_key(
-            "index-wrapped", record, fmt::format("the index {} is beyond 32 bits", quoted(d.index)),
+            "index-wrapped", record,
+            fmt::format("the index {} is beyond 32 bits", in_quotes(d.index)),
             fmt::format("the line sets {}", step_text(d.name, model(record).step)));
         diagnostic.event = d.name;
         diagnostic.step = model(record).step;
@@ -529,7 +575,7 @@ class KeyChecks {
         auto& diagnostic = findings_.add_key(
             "word-size", record,
             fmt::format("the index {} is read differently by devices of 32 and 64 bits",
-                        quoted(d.index)),
+                        in_quotes(d.index)),
             fmt::format("64 bits: step {}; 32 bits: the whole file takes no effect",
                         model(record).step));
         diagnostic.event = d.name;
@@ -539,13 +585,15 @@ class KeyChecks {
     void check_overwritten(std::size_t record) {
         if (model(record).fate != Fate::kOverwritten) return;
         const std::size_t winner = setter_of(record);
+        const bool delay = model(record).property == Property::kStepDelay;
         auto& diagnostic = findings_.add_key(
             "duplicate-key", record,
             fmt::format("line {} sets the same again", findings_.source.line_of(winner)),
-            "this line has no effect: the last one wins");
+            delay ? "the last one wins, but steps behind it may have counted from this one"
+                  : "this line has no effect: the last one wins");
         diagnostic.event = definition(record).name;
         if (definition(record).kind == kIndexedKey) diagnostic.step = model(record).step;
-        diagnostic.fix = {findings_.remove_line(record)};
+        if (!delay) diagnostic.fix = {findings_.remove_line(record)};
     }
 
     std::size_t setter_of(std::size_t record) const {
@@ -576,7 +624,8 @@ class KeyChecks {
     Findings& findings_;
     KnownNames names_;
     std::unordered_set<std::string> renamed_;
-    std::unordered_set<std::string_view> keys_;
+    std::unordered_set<std::string> subjects_;
+    std::unordered_map<std::string_view, std::vector<std::size_t>> meant_for_;
 };
 
 }  // namespace

@@ -7,6 +7,13 @@
 
 namespace ruvo::ctl {
 
+namespace {
+
+// Of a file with more events, only the first ones are proposed for a misspelt name.
+constexpr std::size_t kMostNames = 200;
+
+}  // namespace
+
 bool is_event_field(std::string_view field) { return field == "Count" || field == "XMLfield"; }
 
 bool is_step_field(std::string_view field) {
@@ -44,10 +51,13 @@ std::string lower_case(std::string_view text) {
 KnownNames::KnownNames(const SettingsSource& source) {
     for (const std::string_view name : kBuiltInEvents) {
         by_lower_case_.emplace(lower_case(name), name);
+        names_.emplace_back(name);
     }
     for (const EventDefinition& definition : source.definitions) {
         if (definition.kind == kFieldKey && definition.field == "Count") {
-            by_lower_case_.emplace(lower_case(definition.name), definition.name);
+            const bool added =
+                by_lower_case_.emplace(lower_case(definition.name), definition.name).second;
+            if (added && names_.size() < kMostNames) names_.push_back(definition.name);
         }
         if (definition.kind == kIndexedKey && is_number(trim_blanks(definition.index)) &&
             !is_event_field(definition.field)) {

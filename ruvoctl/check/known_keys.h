@@ -41,12 +41,14 @@ class KnownNames {
 
     // Built in, or with a Count of its own.
     bool contains(std::string_view name) const;
+    const std::vector<std::string>& names() const { return names_; }
     // Also those that have indexed steps only.
     bool has_steps(std::string_view name) const;
     // The longest known name that a key begins with, letters of either case being alike.
     std::optional<std::string> beginning_of(std::string_view key) const;
 
   private:
+    std::vector<std::string> names_;
     std::unordered_map<std::string, std::string> by_lower_case_;
     std::unordered_map<std::string_view, bool> with_steps_;
 };

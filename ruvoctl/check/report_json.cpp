@@ -2,19 +2,12 @@
 #include "ruvoctl/check/report.h"
 #include "ruvoctl/output/printable.h"
 
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 namespace ruvo::ctl {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-Json fix_json(const SettingsSource& source, const std::vector<Edit>& edits) {
-    const auto lines = corrected_lines(source, edits);
-    if (lines.empty()) return nullptr;
-    return fmt::format("{}", fmt::join(lines, "\n"));
-}
 
 Json diagnostic_json(const SettingsSource& source, const Diagnostic& d) {
     const SourcePosition position = source.position(d.offset);
@@ -26,9 +19,9 @@ Json diagnostic_json(const SettingsSource& source, const Diagnostic& d) {
                  {"offset", d.offset},
                  {"event", nullptr},
                  {"step", nullptr},
-                 {"cause", d.cause},
-                 {"effect", d.effect},
-                 {"fix", fix_json(source, d.fix)}};
+                 {"cause", printable(d.cause, Backslash::kAsItIs)},
+                 {"effect", printable(d.effect, Backslash::kAsItIs)},
+                 {"fix", corrected_lines(source, d.fix)}};
     if (!d.event.empty()) json["event"] = printable(d.event, Backslash::kAsItIs);
     if (d.step) json["step"] = *d.step;
     return json;

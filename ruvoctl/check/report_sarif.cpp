@@ -4,8 +4,10 @@
 #include "ruvoctl/output/printable.h"
 
 #include <fmt/format.h>
+#include <utf8.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cctype>
 
 namespace ruvo::ctl {
@@ -71,16 +73,29 @@ Json region_json(const SettingsSource& source, const Diagnostic& d) {
             {"byteLength", d.length}};
 }
 
+Json place_json(const SettingsSource& source, std::size_t begin, std::size_t end) {
+    const SourcePosition first = source.position(begin);
+    const SourcePosition last = source.position(end);
+    const auto column = [&](const SourcePosition& position) {
+        return characters(source.line_text(position.line).substr(0, position.column - 1)) + 1;
+    };
+    return {{"startLine", first.line}, {"startColumn", column(first)},
+            {"endLine", last.line},    {"endColumn", column(last)},
+            {"byteOffset", begin},     {"byteLength", end - begin}};
+}
+
+bool is_utf8(const std::vector<Edit>& edits) {
+    return std::all_of(edits.begin(), edits.end(), [](const Edit& edit) {
+        return utf8::is_valid(edit.text.begin(), edit.text.end());
+    });
+}
+
 Json fixes_json(const SettingsSource& source, const std::string& uri, const Diagnostic& d) {
     Json replacements = Json::array();
     for (const Edit& edit : d.fix) {
-        const SourcePosition position = source.position(edit.offset);
         replacements.push_back(
-            {{"deletedRegion",
-              {{"startLine", position.line},
-               {"byteOffset", edit.offset},
-               {"byteLength", edit.length}}},
-             {"insertedContent", {{"text", printable(edit.text, Backslash::kAsItIs)}}}});
+            {{"deletedRegion", place_json(source, edit.offset, edit.offset + edit.length)},
+             {"insertedContent", {{"text", edit.text}}}});
     }
     return Json::array({{{"artifactChanges", Json::array({{{"artifactLocation", {{"uri", uri}}},
                                                            {"replacements", replacements}}})}}});
@@ -89,11 +104,13 @@ Json fixes_json(const SettingsSource& source, const std::string& uri, const Diag
 Json result_json(const SettingsSource& source, const std::string& uri, const Diagnostic& d) {
     Json json = {{"ruleId", d.id},
                  {"level", level_of(d.severity)},
-                 {"message", {{"text", fmt::format("{}; effect: {}", d.cause, d.effect)}}},
+                 {"message",
+                  {{"text", printable(fmt::format("{}; effect: {}", d.cause, d.effect),
+                                      Backslash::kAsItIs)}}},
                  {"locations", Json::array({{{"physicalLocation",
                                               {{"artifactLocation", {{"uri", uri}}},
                                                {"region", region_json(source, d)}}}}})}};
-    if (!d.fix.empty()) json["fixes"] = fixes_json(source, uri, d);
+    if (!d.fix.empty() && is_utf8(d.fix)) json["fixes"] = fixes_json(source, uri, d);
     return json;
 }
 

@@ -82,7 +82,9 @@ class StepChecks {
         check_protocol();
         const bool address = check_ip();
         const bool port = check_port();
-        if (address) check_destination(port);
+        const SocketDestination to = socket_destination(outgoing(*command_, findings_.word));
+        if (address) check_destination(to);
+        if (port) check_own_port(to);
         check_data_of_step();
     }
 
@@ -95,6 +97,11 @@ class StepChecks {
     Diagnostic& add_value(std::string_view id, std::size_t record, std::string cause,
                           std::string effect) {
         return about(findings_.add_value(id, record, std::move(cause), std::move(effect)));
+    }
+
+    // What becomes of a step that a protocol would send.
+    std::string if_sent(std::string effect) const {
+        return sender_ == Sender::kNone ? "with a protocol: " + effect : effect;
     }
 
     std::string this_step() const { return step_text(entry_->name, step_index_); }
@@ -131,19 +138,20 @@ class StepChecks {
         const bool tcp = command_->protocol.find("TCP") != std::string::npos;
         if (tcp && command_->protocol.find("UDP") != std::string::npos) {
             add_value("protocol-both", record,
-                      fmt::format("{} names both TCP and UDP", quoted(value)), "it is sent by TCP");
+                      fmt::format("{} names both TCP and UDP", in_quotes(value)),
+                      "it is sent by TCP");
         }
         if (!sends_report(sender_) && is_nearly_status(value)) {
             auto& diagnostic = add_value(
                 "status-misspelt", record,
-                fmt::format("{} does not hold \"Status\" in these letters", quoted(value)),
+                fmt::format("{} does not hold \"Status\" in these letters", in_quotes(value)),
                 "the data is sent, not the status report");
             diagnostic.fix = {
                 findings_.replace_trimmed_value(record, tcp ? "TCPStatus" : "UDPStatus")};
         }
         if (sends_report(sender_) && step_->data && !command_->data.empty()) {
             add_value("status-with-data", *step_->data,
-                      fmt::format("{} sends the status report", quoted(value)),
+                      fmt::format("{} sends the status report", in_quotes(value)),
                       "the data is shown in the event log and never leaves");
         }
     }
@@ -157,7 +165,7 @@ class StepChecks {
         }
         const std::vector<std::string> status{"Status"};
         return upper_case(rest).find("STAT") != std::string::npos ||
-               !nearest_word(rest, status).empty();
+               !nearest_word(trim_blanks(rest), status).empty();
     }
 
     void add_unknown_protocol(std::size_t record, std::string_view value,
@@ -165,7 +173,7 @@ class StepChecks {
         auto& diagnostic = add_value(
             value.empty() ? "protocol-missing" : "protocol-unknown", record,
             value.empty() ? fmt::format("the protocol of {} is empty", this_step())
-                          : fmt::format("{} holds neither \"TCP\" nor \"UDP\"", quoted(value)),
+                          : fmt::format("{} holds neither \"TCP\" nor \"UDP\"", in_quotes(value)),
             "it is logged as sent, and nothing leaves");
         const bool tcp = upper.find("TCP") != std::string::npos;
         if (!tcp && upper.find("UDP") == std::string::npos) return;
@@ -178,7 +186,7 @@ class StepChecks {
 
     // Whether there is an address that its author meant.
     bool check_ip() {
-        constexpr const char* kSelf = "it is sent to 0.0.0.0, this very device";
+        const std::string kSelf = if_sent("it is sent to 0.0.0.0, this very device");
         if (!step_->ip) {
             add_missing("ip-missing", "IP", kSelf);
             return false;
@@ -197,16 +205,16 @@ class StepChecks {
     }
 
     void add_return_in_ip(std::size_t record, const std::string& trimmed) {
-        auto& diagnostic = about(
-            findings_.add("cr-in-ip", findings_.source.value_offset(record) + trimmed.size(), 1,
-                          "a carriage return at the end of the line belongs to the address",
-                          fmt::format("{} goes to 0.0.0.0, this very device", this_step())));
+        auto& diagnostic = about(findings_.add(
+            "cr-in-ip", findings_.source.value_offset(record) + trimmed.size(), 1,
+            "a carriage return at the end of the line belongs to the address",
+            if_sent(fmt::format("{} goes to 0.0.0.0, this very device", this_step()))));
         diagnostic.fix = {findings_.replace_whole_value(record, trimmed)};
     }
 
     void add_invalid_ip(std::size_t record, const std::string& trimmed) {
         const std::string inner(trim_blanks(trimmed));
-        std::string cause = fmt::format("{} is no IPv4 address", quoted(inner));
+        std::string cause = fmt::format("{} is no IPv4 address", in_quotes(inner));
         std::string meant;
         if (inner.empty()) {
             cause = fmt::format("the address of {} is empty", this_step());
@@ -214,14 +222,17 @@ class StepChecks {
                    known != findings_.options.addresses.end()) {
             meant = known->second;
         } else if (is_ipv4(inner)) {
-            cause = fmt::format("a blank beside the address {}", quoted(inner));
+            cause = fmt::format("a blank beside the address {}", in_quotes(inner));
             meant = inner;
         } else if (meant = without_leading_zeros(inner); !meant.empty()) {
-            cause = fmt::format("{}: a number of an address has no leading zeros", quoted(inner));
+            cause =
+                fmt::format("{}: a number of an address has no leading zeros", in_quotes(inner));
         }
         auto& diagnostic =
             add_value("ip-invalid", record, std::move(cause),
-                      fmt::format("{} goes to 0.0.0.0, this very device", this_step()));
+                      if_sent(fmt::format("{} goes to 0.0.0.0, this very device", this_step())));
+        // A blank behind the address is part of what is wrong with it.
+        diagnostic.length = command_->ip.find_last_not_of('\r') + 1;
         if (!meant.empty()) diagnostic.fix = {findings_.replace_whole_value(record, meant)};
     }
 
@@ -238,21 +249,21 @@ class StepChecks {
         const long long number = std::strtoll(command_->port.c_str(), nullptr, 10);
         if (number >= 1 && number <= 65535) return true;
         const std::string_view value = trim_blanks(findings_.trimmed_value(record));
-        const bool is_text = number == 0 && value.find_first_of("0123456789") != 0;
+        const bool is_text = number == 0 && value.find_first_not_of("0123456789") != value.npos;
         add_value("port-invalid", record,
                   value.empty() ? fmt::format("the port of {} is empty", this_step())
-                  : is_text     ? fmt::format("{} is no port number", quoted(value))
-                                : fmt::format("{} is not from 1 to 65535", quoted(value)),
+                  : is_text     ? fmt::format("{} is no port number", in_quotes(value))
+                                : fmt::format("{} is not from 1 to 65535", in_quotes(value)),
                   effect_of_port(socket_destination(outgoing(*command_, findings_.word)).port));
         return false;
     }
 
     std::string effect_of_port(std::uint16_t effective) const {
-        if (effective != 0) return fmt::format("it is sent to port {}", effective);
+        if (effective != 0) return if_sent(fmt::format("it is sent to port {}", effective));
         if (sender_ == Sender::kUdp || sender_ == Sender::kUdpStatus) {
             return "nothing leaves: the device refuses to send to port 0";
         }
-        return "it goes to port 0, where nothing answers";
+        return if_sent("it goes to port 0, where nothing answers");
     }
 
     void check_word_of_port(std::size_t record) {
@@ -266,8 +277,7 @@ class StepChecks {
 
     // --- destination
 
-    void check_destination(bool port_is_good) {
-        const SocketDestination to = socket_destination(outgoing(*command_, findings_.word));
+    void check_destination(const SocketDestination& to) {
         // A refused port is told as the port that it is not.
         if (to.port != 0 && always_refused(sender_, to)) {
             add_refused(
@@ -277,9 +287,8 @@ class StepChecks {
         } else if (to.ip.ends_with(".255") && !is_group(to)) {
             add_value("maybe-broadcast", *step_->ip,
                       fmt::format("{} is a broadcast address in most nets", to.ip),
-                      "where it is, the device refuses to send to it, without a word");
+                      "where it is, the device refuses to send to it, and nothing leaves");
         }
-        if (port_is_good) check_own_port(to);
     }
 
     // TCP is refused by every group of devices, and nothing else.
@@ -300,15 +309,18 @@ class StepChecks {
         diagnostic.fix = {findings_.replace_whole_value(*step_->ip, known->second)};
     }
 
+    // Only a connection from within the device reaches these ports.
     void check_own_port(const SocketDestination& to) {
-        const std::int32_t port = to.port;
-        if (!to.ip.starts_with("127.") && to.ip != "0.0.0.0") return;
-        if (std::find(kOwnPorts.begin(), kOwnPorts.end(), port) == kOwnPorts.end()) return;
+        const bool tcp = sender_ == Sender::kTcp || sender_ == Sender::kTcpStatus;
+        const bool self = to.ip == "127.0.0.1" || to.ip == "0.0.0.0";
+        if (!tcp || !self) return;
+        if (std::find(kOwnPorts.begin(), kOwnPorts.end(), to.port) == kOwnPorts.end()) return;
+        const bool command = to.port == 2700;
         add_value("own-port", *step_->port,
-                  fmt::format("port {} of this device is its own {} port", port,
-                              port == 2700 ? "command" : "status"),
-                  port == 2700 ? "the data is taken for a trigger"
-                               : "the data is taken for a request of the status service");
+                  fmt::format("port {} of this device is its own {} port", to.port,
+                              command ? "command" : "status"),
+                  fmt::format("the {} is taken for a {}", sends_report(sender_) ? "report" : "data",
+                              command ? "trigger" : "request of the status service"));
     }
 
     // --- data
@@ -334,7 +346,7 @@ class StepChecks {
         if (is_explained("Data")) return;
         const std::size_t record = step_->data.value_or(step_->first_record());
         const std::string cause = fmt::format("{} has no data", this_step());
-        const std::string effect = "an empty message is sent";
+        const std::string effect = if_sent("an empty message is sent");
         if (step_->data) {
             add_value("data-empty", record, cause, effect);
         } else {
@@ -359,7 +371,8 @@ class StepChecks {
         for (std::size_t i = 0; i < event.steps.size(); ++i) {
             const Outgoing out = outgoing(entry_->subCommands[i]);
             const bool tcp = out.sender == Sender::kTcp || out.sender == Sender::kTcpStatus;
-            if (tcp && event.steps[i].ip) by_host[std::string(out.ip)].push_back(i);
+            if (tcp && is_ipv4(std::string(out.ip)) && event.steps[i].ip)
+                by_host[std::string(out.ip)].push_back(i);
         }
         for (auto& [host, steps] : by_host) {
             std::stable_sort(steps.begin(), steps.end(),
@@ -378,7 +391,7 @@ class StepChecks {
             add_value("tcp-same-host", *event.steps[steps[i]].ip,
                       fmt::format("{} by TCP {} ms behind step {} to the same host, {}",
                                   this_step(), distance.count() / kNsPerMs, steps[i - 1],
-                                  quoted(trim_blanks(std::string_view(host).substr(
+                                  in_quotes(trim_blanks(std::string_view(host).substr(
                                       0, host.find_last_not_of("\r") + 1)))),
                       "a host that answers slowly has two connections at once; many take one");
             return;  // one word on a host is enough

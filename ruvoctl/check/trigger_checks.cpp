@@ -63,42 +63,54 @@ class TriggerChecks {
         const std::string_view value = findings_.trimmed_value(record);
         if (value == entry(index).name) return;
         const std::size_t delay = *event(index).delay_record;
-        auto& diagnostic = findings_.add_key(
-            "xmlfield-overwritten", record,
-            fmt::format("the Delay in line {} makes {} answer to its own name again",
-                        findings_.source.line_of(delay), quoted(entry(index).name)),
-            fmt::format("the trigger {} finds nothing", quoted(value)));
-        diagnostic.event = entry(index).name;
-        const std::string line =
-            std::string(findings_.source.key(record)) + "=" + std::string(value);
-        diagnostic.fix = {findings_.remove_line(record),
-                          findings_.insert_line_behind_plain(delay, line)};
+        findings_
+            .add_key(
+                "xmlfield-overwritten", record,
+                fmt::format("the Delay in line {} makes {} answer to its own name again",
+                            findings_.source.line_of(delay), in_quotes(entry(index).name)),
+                fmt::format("a trigger {} does not run it; an XMLfield behind the Delay counts",
+                            in_quotes(value)))
+            .event = entry(index).name;
     }
 
     void check_value(std::size_t index) {
         const std::size_t record = *event(index).trigger_record;
-        const std::string& value = findings_.definition(record).value;
-        if (value.ends_with('\r')) {
-            auto& diagnostic = findings_.add(
-                "cr-in-trigger", findings_.source.value_offset(record) + value.size() - 1, 1,
-                "a carriage return at the end of the line belongs to the trigger name",
-                fmt::format("the trigger {} finds nothing",
-                            quoted(findings_.trimmed_value(record))));
-            diagnostic.event = entry(index).name;
-            diagnostic.fix = {findings_.replace_whole_value(
-                record, std::string(findings_.trimmed_value(record)))};
-        } else if (value.empty()) {
-            add("empty-xmlfield", index, "the trigger name is empty",
-                "an empty request runs the event, and its own name does not");
+        if (trim_blanks(findings_.trimmed_value(record)).empty()) {
+            add_empty(index, record);
+        } else if (findings_.definition(record).value.ends_with('\r')) {
+            add_return(index, record);
         }
         if (is_built_in_event(entry(index).name) &&
             findings_.trimmed_value(record) != entry(index).name) {
             add("built-in-redirected", index,
-                fmt::format("{} answers to {}", quoted(entry(index).name),
-                            quoted(findings_.trimmed_value(record))),
+                fmt::format("{} answers to {}", in_quotes(entry(index).name),
+                            in_quotes(findings_.trimmed_value(record))),
                 fmt::format("the device's own trigger {} does not run it",
-                            quoted(entry(index).name)));
+                            in_quotes(entry(index).name)));
         }
+    }
+
+    void add_return(std::size_t index, std::size_t record) {
+        const std::size_t length = findings_.definition(record).value.size();
+        auto& diagnostic =
+            findings_.add("cr-in-trigger", findings_.source.value_offset(record) + length - 1, 1,
+                          "a carriage return at the end of the line belongs to the trigger name",
+                          fmt::format("a trigger {} does not run it",
+                                      in_quotes(findings_.trimmed_value(record))));
+        diagnostic.event = entry(index).name;
+        diagnostic.fix = {
+            findings_.replace_whole_value(record, std::string(findings_.trimmed_value(record)))};
+    }
+
+    void add_empty(std::size_t index, std::size_t record) {
+        const bool exactly = findings_.definition(record).value.empty();
+        auto& diagnostic = findings_.add_value(
+            "empty-xmlfield", record,
+            exactly ? "the trigger name is empty" : "the trigger name is nothing that shows",
+            exactly ? "an empty request runs the event, and its own name does not"
+                    : "its own name does not run the event");
+        diagnostic.event = entry(index).name;
+        diagnostic.fix = {findings_.remove_line(record)};
     }
 
     void check_sendable(std::size_t index) {
@@ -119,13 +131,13 @@ class TriggerChecks {
     void check_blanks(std::size_t index) {
         std::string_view trigger = entry(index).xmlField;
         if (trigger.ends_with('\r')) return;  // told already
-        if (trigger.empty() || trim_blanks(trigger) == trigger) return;
+        if (trim_blanks(trigger).empty() || trim_blanks(trigger) == trigger) return;
         const bool at_end = trigger.ends_with(' ') || trigger.ends_with('\t');
-        auto& diagnostic = add(
-            "blank-end-trigger", index,
-            fmt::format("a blank at the {} of the trigger name {}", at_end ? "end" : "beginning",
-                        quoted(trigger)),
-            fmt::format("the trigger {} without it finds nothing", quoted(trim_blanks(trigger))));
+        auto& diagnostic = add("blank-end-trigger", index,
+                               fmt::format("a blank at the {} of the trigger name {}",
+                                           at_end ? "end" : "beginning", in_quotes(trigger)),
+                               fmt::format("the trigger {} without it finds nothing",
+                                           in_quotes(trim_blanks(trigger))));
         const std::size_t blank = at_end ? trigger.find_last_not_of(" \t") + 1 : 0;
         diagnostic.length = at_end ? trigger.size() - blank : trigger.find_first_not_of(" \t");
         if (!has_own_trigger(index)) {
@@ -141,9 +153,9 @@ class TriggerChecks {
         const std::string& trigger = entry(index).xmlField;
         if (const auto first = seen_.find(trigger); first != seen_.end()) {
             add("duplicate-trigger", index,
-                fmt::format("{} answers to {} before it", quoted(entry(first->second).name),
-                            quoted(trigger)),
-                fmt::format("{} never runs", quoted(entry(index).name)));
+                fmt::format("{} answers to {} before it", in_quotes(entry(first->second).name),
+                            in_quotes(trigger)),
+                fmt::format("{} never runs", in_quotes(entry(index).name)));
             return;
         }
         if (trigger == entry(index).name) return;
@@ -151,9 +163,9 @@ class TriggerChecks {
         if (other == findings_.model.events_of.end()) return;
         if (entry(other->second.front()).xmlField == trigger) return;  // one of both never runs
         add("trigger-is-other-event", index,
-            fmt::format("{} is the name of another event", quoted(trigger)),
+            fmt::format("{} is the name of another event", in_quotes(trigger)),
             fmt::format("the trigger {} runs {}; a test run of that name runs the other event",
-                        quoted(trigger), quoted(entry(index).name)));
+                        in_quotes(trigger), in_quotes(entry(index).name)));
     }
 
     Findings& findings_;

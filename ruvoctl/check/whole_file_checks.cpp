@@ -48,7 +48,7 @@ void check_power_on_window(Findings& findings) {
         findings
             .add_key("power-on-window", findings.model.events[i].count_record,
                      fmt::format("{} is skipped while the device powers on",
-                                 quoted(findings.model.list[i].name)),
+                                 in_quotes(findings.model.list[i].name)),
                      "nothing is sent in the first 120 s of uptime, for a second or more after "
                      "every restart of the daemon, and for as long as the status service is absent")
             .event = findings.model.list[i].name;
@@ -67,6 +67,7 @@ bool is_default_key(const EventDefinition& definition, std::string_view key) {
 bool has_effect(const Findings& findings, std::size_t record) {
     if (looks_like_comment(findings.source.key(record))) return true;  // nobody expects one
     const Fate fate = findings.model.records[record].fate;
+    if (findings.model.records[record].property == Property::kStepDelay) return true;
     return fate == Fate::kCreates || fate == Fate::kApplies || fate == Fate::kVoids ||
            is_default_key(findings.definition(record), findings.source.key(record));
 }

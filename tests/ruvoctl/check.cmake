@@ -1,5 +1,6 @@
 target_sources(ruvo_ctl_tests PRIVATE
   ruvoctl/catalogue_test.cpp
+  ruvoctl/check_caution_test.cpp
   ruvoctl/check_clean_test.cpp
   ruvoctl/check_counts_test.cpp
   ruvoctl/check_data_test.cpp

@@ -87,7 +87,7 @@ TEST(CheckFatal, AFieldWordInsideAnEventName) {
 // What else is wrong with the line hides nothing.
 TEST(CheckFatal, IsSaidBesideALoneCarriageReturn) {
     EXPECT_EQ(problems(good_and("BeamerPorts0=1\rx=2\n")),
-              "6:11 fatal index-not-a-number Beamer; 6:15 error cr-line-ends");
+              "6:11 fatal index-not-a-number Beamer; 6:15 error cr-line-ends Beamer");
     EXPECT_EQ(
         check_settings(read_source(good_and("BeamerPorts0=1\rx=2\n")), {}).summary.sends_as_written,
         0U);

@@ -9,7 +9,7 @@ TEST(CheckKeys, AFieldWithoutItsIndex) {
     for (const std::string field : {"Protocol", "IP", "Port", "Data"}) {
         SCOPED_TRACE(field);
         const std::string text = good_and("Beamer" + field + "=5\n");
-        EXPECT_EQ(problems(text), "6:1 error missing-index Beamer.0");
+        EXPECT_EQ(problems(text), "6:1 error missing-index Beamer");
     }
     expect_cases({
         {"the likeliest mistake",
@@ -31,7 +31,7 @@ TEST(CheckKeys, AFieldWordInsideAnEventName) {
     expect_cases({
         {"Port inside, which an event's Count is not",
          "DisplayPortOnCount=1\nDisplayPortOnData0=41\n",
-         "2:8 error field-in-name DisplayPortOn",
+         "2:8 error field-in-name DisplayPortOn.0",
          {"\"Display\"", "DisplayPortOn", "XMLfield"}},
         {"IP inside",
          good_and("HDMIPort0=5000\n"),

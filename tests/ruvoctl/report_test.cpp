@@ -47,7 +47,7 @@ TEST(ReportJson, IsTheDocumentedShape) {
           "event": "Beamer", "step": 0,
           "cause": "\"beamer.local\" is no IPv4 address",
           "effect": "Beamer step 0 goes to 0.0.0.0, this very device",
-          "fix": null
+          "fix": []
         }]
       }]
     })")

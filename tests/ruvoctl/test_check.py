@@ -162,7 +162,7 @@ def test_json_is_the_documented_document():
                 "event": "Beamer", "step": 0,
                 "cause": 'a blank beside the address "10.1.2.3"',
                 "effect": "Beamer step 0 goes to 0.0.0.0, this very device",
-                "fix": "BeamerIP0=10.1.2.3",
+                "fix": ["BeamerIP0=10.1.2.3"],
             }],
         }],
     }
