@@ -1,3 +1,4 @@
+#include "core/line_reader.h"
 #include "ruvoctl/codec/data_parts.h"
 #include "ruvoctl/codec/data_report.h"
 #include "ruvoctl/codec/decode_input.h"
@@ -32,7 +33,7 @@ With --notation the bytes are printed in one form alone, which encode reads back
   c       \x02POWER ON\r
   spaced  02 50 4F 57 45 52 20 4F 4E 0D
 
-Exit status 3: the value has a fault.
+Exit status 3: the value has a fault, or its line is longer than what the daemon reads.
 
 Examples:
   ruvoctl decode 504F574552204F4E0D
@@ -64,6 +65,7 @@ void print_parts(std::string_view bytes) {
 void print_report(const DecodeOptions& options, const DecodeInput& input,
                   const DataReport& report) {
     if (input.key) print_row("key", printable(*input.key, Backslash::kAsItIs));
+    if (!input.cut.empty()) print_row("cut", input.cut);
     print_row("value", printable(report.value, Backslash::kAsItIs));
     print_row("bytes", std::to_string(report.bytes.size()));
     print_row("text", printable(report.bytes));
@@ -72,6 +74,12 @@ void print_report(const DecodeOptions& options, const DecodeInput& input,
     print_parts(report.bytes);
     print_row("sent", describe_sent(report));
     print_findings(stdout, report, Style(options.common.color, stdout));
+}
+
+nlohmann::ordered_json notes_json(const DecodeInput& input) {
+    nlohmann::ordered_json notes = nlohmann::ordered_json::array();
+    if (!input.cut.empty()) notes.push_back({{"column", kLineBufferBytes}, {"text", input.cut}});
+    return notes;
 }
 
 nlohmann::ordered_json decode_json(const DecodeInput& input, const DataReport& report) {
@@ -88,6 +96,7 @@ nlohmann::ordered_json decode_json(const DecodeInput& input, const DataReport& r
             {"bytes", bytes_json(report.bytes)},
             {"sent", bytes_json(report.sent)},
             {"macros", macros},
+            {"notes", notes_json(input)},
             {"diagnostics", findings_json(report)}};
 }
 
@@ -102,11 +111,12 @@ int run_decode(const DecodeOptions& options, const Words& words) {
         fmt::print("{}\n", decode_json(input, report).dump(2));
     } else if (options.form) {
         fmt::print("{}\n", write_form(*options.form, report.bytes));
+        if (!input.cut.empty()) fmt::print(stderr, "ruvoctl: {}\n", input.cut);
         print_findings(stderr, report, Style(options.common.color, stderr));
     } else {
         print_report(options, input, report);
     }
-    return exit_status_of(report);
+    return input.cut.empty() ? exit_status_of(report) : kProblemsFound;
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -26,6 +27,7 @@ constexpr const char* kFooter = R"(Notations, in the order in which they are tri
   hex        810104FF
   separated  81 01 04 FF   81,01   81-01   81:01   0x81,0x01   0x8101   \x81\x01
              $0D $0A   %0d%0a   &H0D   81h 01h   [81][01]   <81><01>   {0x81,0x01}
+             0x41 0x42 CR   81 01 <CR>   81 01 \r
   quoted     "PON",0x0D   STX "PON" ETX   "PON"<CR>
   text       PON<CR>   [STX]PON[ETX]   PON\r\n   PON\x0D   <0x0D>   {{time}} as it stands
 Only with --notation:
@@ -37,8 +39,11 @@ Put -- in front of a text that begins with a hyphen. Line ends and tabs become t
 that leave (0D, 0A, 09), not the daemon's own escapes, a backslash and a letter as two
 bytes of the data; \\r makes these, and the daemon replaces them.
 
+Blanks around numbers are left out; --notation raw keeps everything.
+
 The value alone goes to standard output; what was understood, and what is wrong with
-it, to standard error. Exit status 3: the value has a fault, and is printed all the same.
+it, to standard error. Exit status 3: the value has a fault, or the text may as well be
+meant as numbers (--notation says which); it is printed all the same.
 
 Examples:
   ruvoctl encode '<STX>POWER ON<CR>'
@@ -118,6 +123,7 @@ nlohmann::ordered_json encode_json(const EncodeOptions& options, const Reading& 
             {"data", report.value},
             {"bytes", bytes_json(report.bytes)},
             {"sent", bytes_json(report.sent)},
+            {"doubtful", is_doubtful(reading)},
             {"notes", notes},
             {"diagnostics", findings_json(report)}};
 }
@@ -128,22 +134,33 @@ void print_talk(const EncodeOptions& options, const Reading& reading, const Data
                printable(report.bytes));
     for (const Note& note : reading.notes) {
         fmt::print(stderr, "character {}: {}: {}\n", note.position + 1,
-                   style.paint(Role::kInformation, "note"), note.text);
+                   note.doubtful ? style.paint(Role::kWarning, "warning")
+                                 : style.paint(Role::kInformation, "note"),
+                   note.text);
     }
     fmt::print(stderr, "{}\n", describe_sent(report));
     print_findings(stderr, report, style);
+}
+
+// Says what is wrong with a key that is good for data; returns the exit status.
+int tell_of_key(const std::optional<std::string>& key) {
+    const std::string why = key ? why_never_sent(*key) : std::string();
+    if (why.empty()) return kAsExpected;
+    fmt::print(stderr, "ruvoctl: --key {}: {}\n", printable(*key, Backslash::kAsItIs), why);
+    return kProblemsFound;
 }
 
 int print_value(const EncodeOptions& options, const Reading& reading) {
     const DataReport report = examine_data(hex_of(reading.bytes));
     if (options.common.json) {
         fmt::print("{}\n", encode_json(options, reading, report).dump(2));
-        return exit_status_of(report);
+    } else {
+        print_talk(options, reading, report);
+        if (options.key) fmt::print("{}=", *options.key);
+        fmt::print("{}\n", report.value);
     }
-    print_talk(options, reading, report);
-    if (options.key) fmt::print("{}=", *options.key);
-    fmt::print("{}\n", report.value);
-    return exit_status_of(report);
+    const int reading_status = is_doubtful(reading) ? kProblemsFound : kAsExpected;
+    return std::max({tell_of_key(options.key), reading_status, exit_status_of(report)});
 }
 
 std::string title_of(const std::optional<Notation>& notation) {

@@ -50,8 +50,10 @@ constexpr const char* kFooter = R"(Examples:
 
 Times count from the moment the trigger is taken for lookup: the earliest is the
 configured delay; the latest adds up to 0.1 s for the status service, where it exceeds
-the event's delay, and the 250 ms between two looks at the queue. A TCP exchange takes
-up to 2 s longer when its peer is slow.
+the event's delay, and the 250 ms between two looks at the queue. That is when a send
+begins. The bytes of a TCP send leave up to 2 s later, when the connection is there; a
+status variant fetches the report first, which takes 6 s at most (connect, send and
+receive, 2 s each), and by TCP connects after that.
 
 Exit status: 0 something is sent and nothing is lost; 1 a file can't be read; 2 wrong
 usage; 3 the file is void, the event is not there or a step is lost; 4 nothing is sent,
@@ -131,15 +133,36 @@ std::string hint(const SettingsSource& source, const World& world, std::string_v
     return names.empty() ? "; the file has no event" : "; ruvoctl plan --names lists the events";
 }
 
+// Returns the exit status: a number that only happens to read as 0 is no intention.
+int report_switched_off(const std::string& name, const std::string& count, WordSize word) {
+    const bool meant = std::strtoll(count.c_str(), nullptr, 10) <= 0;
+    fmt::print(
+        stderr, "ruvoctl: the event \"{}\" is switched off by its Count{}: nothing is sent\n",
+        text_of(name),
+        meant ? ""
+              : fmt::format(", whose \"{}\" reads as {}", text_of(count), int32_of(count, word)));
+    return meant ? kNothingToSend : kProblemsFound;
+}
+
+// While the switch is off no name is looked up, so none can be wrong.
+bool is_refused(const World& world) {
+    return world.switch_position == SwitchPosition::kOffWhenTriggered && !world.test;
+}
+
+int report_refused(const SettingsSource& source, const World& world, const std::string& name) {
+    fmt::print(stderr,
+               "ruvoctl: no event answers to \"{}\", but events are switched off: the daemon "
+               "replies \"Event Disabled, skip ...\" to any name and queues nothing{}\n",
+               text_of(name), hint(source, world, name));
+    return kNothingToSend;
+}
+
 // Returns the exit status.
 int report_not_found(const SettingsSource& source, const World& world, const std::string& name) {
-    if (is_switched_off(source, world, name)) {
-        fmt::print(stderr,
-                   "ruvoctl: the event \"{}\" is switched off by its Count: nothing is "
-                   "sent\n",
-                   text_of(name));
-        return kNothingToSend;
+    if (const auto count = switching_count(source, world, name)) {
+        return report_switched_off(name, *count, world.word);
     }
+    if (is_refused(world)) return report_refused(source, world, name);
     fmt::print(stderr, "ruvoctl: no event answers to \"{}\": the daemon {} and sends nothing{}\n",
                text_of(name), world.test ? "says that it calls the event" : "echoes the trigger",
                hint(source, world, name));
@@ -178,14 +201,23 @@ int run_plan(const Options& options) {
     return missing ? report_not_found(source, world, *missing) : plan_status(plan);
 }
 
+std::vector<std::string> read_names(const Options& options) {
+    World world;
+    world.test = options.common.test;
+    world.word = options.word;
+    return trigger_names(read_source(read_input(options.common.file)), world);
+}
+
+int print_names_json(const Options& options) {
+    fmt::print("{}\n", names_json(read_names(options), options.common.file).dump(2));
+    return kAsExpected;
+}
+
 // For shells that complete an event's name: whatever goes wrong, they get no message.
 int print_names(const Options& options) {
+    if (options.common.json) return print_names_json(options);
     try {
-        const SettingsSource source = read_source(read_input(options.common.file));
-        World world;
-        world.test = options.common.test;
-        world.word = options.word;
-        for (const std::string& name : trigger_names(source, world)) {
+        for (const std::string& name : read_names(options)) {
             if (!name.empty()) fmt::print("{}\n", text_of(name));
         }
     } catch (const FileError&) {
@@ -202,7 +234,8 @@ void add_world_options(CLI::App& verb, Options& options) {
         ->check([](const std::string& text) {
             return parse_local_time(text) ? "" : "a time is written YYYY-MM-DD HH:MM:SS";
         });
-    verb.add_option("--uptime", options.uptime_s, "The device's uptime")
+    verb.add_option("--uptime", options.uptime_s,
+                    "The uptime as the daemon last measured it, which it does once a second")
         ->type_name("SECONDS")
         ->capture_default_str()
         ->check(CLI::Range(std::int64_t{0}, std::int64_t{1000000000000}).description(""));
@@ -254,7 +287,20 @@ bool one_given(const CLI::App& verb, std::initializer_list<const char*> names) {
     return !given.empty();
 }
 
-void check_combination(const CLI::App& verb) {
+// Names need no world and have no form but a list.
+void check_names(const CLI::App& verb) {
+    for (const char* const other :
+         {"--now", "--uptime", "--status", "--disabled", "--format", "--timeline"}) {
+        (void)one_given(verb, {"--names", other});
+    }
+}
+
+void check_combination(const CLI::App& verb, const Options& options) {
+    check_names(verb);
+    if (options.common.file == "-" && options.status_file == "-") {
+        throw CLI::ValidationError("--file and --status",
+                                   "only one of them can read standard input");
+    }
     (void)one_given(verb, {"--json", "--format", "--timeline"});
     (void)one_given(verb, {"--test", "--trigger-text"});
     if (!one_given(verb, {"EVENT", "--all", "--trigger-text", "--names"})) {
@@ -275,7 +321,7 @@ void add_plan_verb(CLI::App& app, Run& run) {
     add_output_form(*verb, *options);
     verb->footer(kFooter);
     verb->final_callback([verb, options, &run] {
-        check_combination(*verb);
+        check_combination(*verb, *options);
         options->trigger_given = verb->count("--trigger-text") > 0;
         run = [options] { return options->names ? print_names(*options) : run_plan(*options); };
     });

@@ -9,6 +9,15 @@ namespace {
 
 bool is_limited_broadcast(const in_addr& address) { return address.s_addr == INADDR_NONE; }
 
+// Broadcast in the network that every loopback interface has.
+bool is_loopback_broadcast(const in_addr& address) {
+    return ntohl(address.s_addr) == (INADDR_LOOPBACK | ~IN_CLASSA_NET);
+}
+
+bool is_broadcast(const in_addr& address) {
+    return is_limited_broadcast(address) || is_loopback_broadcast(address);
+}
+
 bool is_multicast(const in_addr& address) { return IN_MULTICAST(ntohl(address.s_addr)); }
 
 }  // namespace
@@ -29,10 +38,10 @@ bool always_refused(Sender sender, const SocketDestination& destination) {
     switch (sender) {
         case Sender::kUdp:
         case Sender::kUdpStatus:
-            return destination.port == 0 || is_limited_broadcast(address);
+            return destination.port == 0 || is_broadcast(address);
         case Sender::kTcp:
         case Sender::kTcpStatus:
-            return is_limited_broadcast(address) || is_multicast(address);
+            return is_broadcast(address) || is_multicast(address);
         case Sender::kNone:
             break;
     }

@@ -17,8 +17,8 @@ struct SocketDestination {
 SocketDestination socket_destination(const Outgoing& out);
 
 // Destinations that Linux refuses every sender that sets no options, whatever the
-// network: port 0 and the limited broadcast by UDP, the limited broadcast and multicast
-// by TCP.
+// network: port 0 and broadcast by UDP, broadcast and multicast by TCP, where broadcast is
+// the limited one and that of the loopback network.
 bool always_refused(Sender sender, const SocketDestination& destination);
 
 }  // namespace ruvo::ctl

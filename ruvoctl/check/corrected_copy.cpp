@@ -178,6 +178,7 @@ std::vector<std::string> corrected_lines(const SettingsSource& source,
         }
     }
     std::vector<std::string> corrected;
+    corrected.reserve(by_line.size() + lines.size());
     for (const auto& [line, changes] : by_line) {
         corrected.push_back(corrected_line(source, line, changes));
     }

@@ -246,7 +246,7 @@ class KeyChecks {
 
     // The name that one with blanks was meant to be, empty when its blanks may be meant.
     std::string meant_name(const std::string& name) const {
-        const std::string trimmed(trim_blanks(name));
+        std::string trimmed(trim_blanks(name));
         if (trimmed.empty()) return {};
         if (name.front() == ' ' || name.front() == '\t') return trimmed;
         if (trimmed != name && names_.contains(trimmed)) return trimmed;

@@ -100,7 +100,7 @@ class StepChecks {
     }
 
     // What becomes of a step that a protocol would send.
-    std::string if_sent(std::string effect) const {
+    std::string if_sent(const std::string& effect) const {
         return sender_ == Sender::kNone ? "with a protocol: " + effect : effect;
     }
 
@@ -390,9 +390,7 @@ class StepChecks {
             step_index_ = static_cast<std::uint32_t>(steps[i]);
             add_value("tcp-same-host", *event.steps[steps[i]].ip,
                       fmt::format("{} by TCP {} ms behind step {} to the same host, {}",
-                                  this_step(), distance.count() / kNsPerMs, steps[i - 1],
-                                  in_quotes(trim_blanks(std::string_view(host).substr(
-                                      0, host.find_last_not_of("\r") + 1)))),
+                                  this_step(), distance.count() / kNsPerMs, steps[i - 1], host),
                       "a host that answers slowly has two connections at once; many take one");
             return;  // one word on a host is enough
         }

@@ -1,11 +1,13 @@
 #include "ruvoctl/codec/data_key.h"
 
 #include "core/number_text.h"
+#include "events/place_record.h"
 #include "ruvoctl/output/printable.h"
 #include "settings/split_key.h"
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <exception>
 
 namespace ruvo::ctl {
@@ -40,6 +42,13 @@ std::string why_no_data_key(std::string_view key) {
             printable(definition.index, Backslash::kAsItIs));
     }
     return {};
+}
+
+std::string why_never_sent(std::string_view key) {
+    const std::uint32_t step = index_of(split_key(key, "").index);
+    if (step < static_cast<std::uint32_t>(kMaxSubCommands)) return {};
+    return fmt::format("step {} never takes effect: the last step that an event can have is {}",
+                       step, kMaxSubCommands - 1);
 }
 
 }  // namespace ruvo::ctl

@@ -1,14 +1,15 @@
 #include "ruvoctl/codec/data_report.h"
 
 #include "core/text_cut.h"
+#include "events/expand_data.h"
 #include "events/hex_to_bytes.h"
 #include "events/unescape_data.h"
 #include "execution/outgoing.h"
 #include "ruvoctl/exit_status.h"
 #include "ruvoctl/output/printable.h"
 
-#include <nlohmann/json.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <utility>
@@ -42,6 +43,32 @@ void print_finding(std::FILE* stream, const DataFinding& finding, const Style& s
     if (finding.corrected) fmt::print(stream, "  fix: {}\n", shown(*finding.corrected));
 }
 
+// Of data with macros nothing can be counted before they are replaced; `rest` is what
+// they leave of it.
+std::string describe_with_macros(std::string_view bytes, std::string_view rest) {
+    return fmt::format(
+        "{} leaves with its macros{} replaced",
+        until_zero(rest).size() < rest.size() ? "what stands before the zero byte" : "it",
+        unescape_data(bytes) == bytes ? "" : " and escapes");
+}
+
+// What stands between and around the macros.
+std::string without_macros(std::string_view bytes) {
+    std::string rest;
+    std::size_t position = 0;
+    for (auto macro = find_macro(bytes, 0); macro; macro = find_macro(bytes, position)) {
+        rest += bytes.substr(position, macro->position - position);
+        position = macro->end();
+    }
+    return rest + std::string(bytes.substr(position));
+}
+
+// Whether a macro begins before the data ends.
+bool leaves_with_macros(std::string_view bytes) {
+    const auto macro = find_macro(bytes, 0);
+    return macro && macro->position < until_zero(bytes).size();
+}
+
 }  // namespace
 
 DataReport examine_data(std::string value) {
@@ -62,6 +89,9 @@ int exit_status_of(const DataReport& report) {
 }
 
 std::string describe_sent(const DataReport& report) {
+    if (leaves_with_macros(report.bytes)) {
+        return describe_with_macros(report.bytes, without_macros(report.bytes));
+    }
     const std::size_t count = report.sent.size();
     if (count == 0) return "an empty message leaves";
     if (report.sent == report.bytes) {
@@ -79,8 +109,8 @@ void print_findings(std::FILE* stream, const DataReport& report, const Style& st
 nlohmann::ordered_json findings_json(const DataReport& report) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const DataFinding& finding : report.findings) {
-        nlohmann::ordered_json fix;
-        if (finding.corrected) fix = shown(*finding.corrected);
+        nlohmann::ordered_json fix = nlohmann::ordered_json::array();
+        if (finding.corrected) fix.push_back(shown(*finding.corrected));
         list.push_back({{"id", finding.id},
                         {"severity", severity_name(finding.severity)},
                         {"column", finding.position + 1},

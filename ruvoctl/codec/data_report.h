@@ -25,7 +25,8 @@ DataReport examine_data(std::string value);
 // kProblemsFound when a finding is an error, else kAsExpected.
 int exit_status_of(const DataReport& report);
 
-// "nothing leaves", "all 9 bytes leave as they are" or what leaves in their place.
+// "all 9 bytes leave as they are", what leaves in their place, or "it leaves with its macros
+// replaced".
 std::string describe_sent(const DataReport& report);
 
 // The findings with their effects and corrected values.

@@ -1,7 +1,10 @@
 #include "ruvoctl/codec/decode_input.h"
 
+#include "core/line_reader.h"
 #include "core/text_cut.h"
 #include "ruvoctl/settings_source.h"
+
+#include <fmt/format.h>
 
 #include <string_view>
 #include <utility>
@@ -15,6 +18,16 @@ DecodeInput misuse(std::string why) {
     return input;
 }
 
+// Lines that are longer are cut into pieces, each of them a line of its own.
+constexpr std::size_t kLongestLine = kLineBufferBytes - 1;
+
+std::string cut_of(std::size_t length) {
+    if (length <= kLongestLine) return {};
+    return fmt::format(
+        "a line of {} characters: the daemon cuts it behind {} and reads the rest as another line",
+        length, kLongestLine);
+}
+
 DecodeInput value_of_line(const std::string& text) {
     const SettingsSource source = read_source(text);
     if (source.definitions.size() != 1) {
@@ -22,7 +35,11 @@ DecodeInput value_of_line(const std::string& text) {
     }
     const EventDefinition& line = source.definitions.front();
     if (line.field != "Data") return misuse("this settings line holds no data");
-    return {.key = std::string(source.key(0)), .value = line.value, .misuse = {}};
+    DecodeInput input;
+    input.key = std::string(source.key(0));
+    input.value = line.value;
+    input.cut = cut_of(source.line_text(source.line_of(0)).size());
+    return input;
 }
 
 }  // namespace
@@ -33,7 +50,10 @@ DecodeInput find_value(const std::string& text) {
     if (value.find_first_of(std::string_view("\n\0", 2)) != std::string_view::npos) {
         return misuse("a value is one line of text");
     }
-    return {.key = {}, .value = std::string(value), .misuse = {}};
+    DecodeInput input;
+    input.value = value.substr(0, kLongestLine);
+    input.cut = cut_of(value.size());
+    return input;
 }
 
 }  // namespace ruvo::ctl

@@ -9,7 +9,8 @@ namespace ruvo::ctl {
 struct DecodeInput {
     std::optional<std::string> key;
     std::string value;
-    std::string misuse;  // why there is no value; empty when there is one
+    std::string cut;     // that the line is longer than what the daemon reads of it
+    std::string misuse;  // why there is no value; empty when there is one, as is `cut` otherwise
 };
 
 // Takes a value, or a settings line as the daemon reads it, out of a text.

@@ -86,7 +86,8 @@ class TextWriter {
 bool reads_back(std::string_view text, std::string_view bytes) {
     if (text.empty() || text.starts_with('-')) return false;
     try {
-        return read_as_most_likely(text).bytes == bytes;
+        const Reading reading = read_as_most_likely(text);
+        return reading.bytes == bytes && !is_doubtful(reading);
     } catch (const Misfit&) {
         return false;
     }

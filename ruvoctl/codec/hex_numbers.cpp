@@ -1,6 +1,7 @@
 #include "ruvoctl/codec/hex_numbers.h"
 
 #include "events/hex_to_bytes.h"
+#include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/misfit.h"
 
 #include <algorithm>
@@ -84,13 +85,29 @@ HexNumber number_of(HexMark mark, std::string_view digits, std::size_t end) {
             .has_lone_digit = digits.size() == 1};
 }
 
+bool is_x(std::string_view text, std::size_t position) {
+    return position < text.size() && (text[position] == 'x' || text[position] == 'X');
+}
+
+// The digits behind a mark; in 0x4F0x4E a zero that belongs to the next mark is none of
+// them.
+std::string_view marked_digits(HexMark mark, std::string_view text, std::size_t position) {
+    std::string_view digits = digits_at(text, position);
+    if (mark == HexMark::kZeroX && digits.ends_with('0') && is_x(text, position + digits.size())) {
+        digits.remove_suffix(1);
+    }
+    return digits;
+}
+
 // 81, 81h and, as assemblers write it, 0FFh.
 HexNumber read_unmarked(std::string_view text, std::size_t position) {
     const std::string_view digits = digits_at(text, position);
     const std::size_t end = position + digits.size();
     const bool h = !digits.empty() && end < text.size() && (text[end] == 'h' || text[end] == 'H');
     if (h && digits.size() == 3 && digits[0] == '0') {
-        return number_of(HexMark::kTrailingH, digits.substr(1), end + 1);
+        HexNumber number = number_of(HexMark::kTrailingH, digits.substr(1), end + 1);
+        number.has_decimal_digit = true;  // no word begins with a zero
+        return number;
     }
     if (!fits(HexMark::kNone, digits.size()))
         throw misfit_at(HexMark::kNone, text, position, digits);
@@ -113,8 +130,63 @@ HexNumber read_enclosed(HexMark mark, std::string_view text, std::size_t positio
 
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-bool needs_separator(HexMark mark) {
-    return mark == HexMark::kNone || mark == HexMark::kZeroX || mark == HexMark::kAmpersand;
+// Whether a number may follow another at once.
+bool follows_at_once(HexMark mark, std::string_view rest) {
+    switch (mark) {
+        case HexMark::kNone:
+            return false;
+        case HexMark::kZeroX:
+            return rest.starts_with("0x") || rest.starts_with("0X");
+        case HexMark::kAmpersand:
+            return rest.starts_with('&');
+        default:
+            return true;
+    }
+}
+
+bool is_word_character(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
+
+// Of a control character.
+constexpr std::size_t kLongestName = 5;
+
+// A control character among numbers.
+struct ListedControl {
+    std::string bytes;
+    std::size_t length = 0;
+    bool bare = false;
+};
+
+// <CR> or [CR]; <FF> is a number here.
+std::optional<ListedControl> enclosed_control(std::string_view text, std::size_t position) {
+    const std::string_view word = bracketed_word(text, position);
+    if (word == "FF") return {};
+    auto bytes = control_bytes(word);
+    if (!bytes) return {};
+    return ListedControl{*std::move(bytes), word.size() + 2};
+}
+
+std::optional<ListedControl> escaped_control(std::string_view rest) {
+    for (const auto& [escape, byte] : {std::pair("\\r", "\r"), {"\\n", "\n"}, {"\\t", "\t"}}) {
+        if (rest.starts_with(escape)) return ListedControl{byte, 2};
+    }
+    return {};
+}
+
+std::optional<ListedControl> bare_control(std::string_view rest) {
+    const std::string_view head = rest.substr(0, kLongestName + 1);
+    const auto end = std::find_if_not(head.begin(), head.end(), is_word_character);
+    const std::string_view word = head.substr(0, static_cast<std::size_t>(end - head.begin()));
+    if (word == "FF") return {};
+    auto bytes = control_bytes(word);
+    if (!bytes) return {};
+    return ListedControl{*std::move(bytes), word.size(), true};
+}
+
+std::optional<ListedControl> listed_control(std::string_view text, std::size_t position) {
+    const std::string_view rest = text.substr(position);
+    if (auto control = enclosed_control(text, position)) return control;
+    if (auto control = escaped_control(rest)) return control;
+    return bare_control(rest);
 }
 
 // Reads a list of numbers from its beginning to its end.
@@ -124,7 +196,7 @@ class HexList {
 
     HexNumbers read() && {
         while (position_ < end_) {
-            add_number();
+            add_element();
             if (position_ == end_) break;
             skip_separator();
         }
@@ -155,6 +227,17 @@ class HexList {
         position_ = begin_;
     }
 
+    void add_element() {
+        const auto control = listed_control(text_.substr(0, end_), position_);
+        if (!control) return add_number();
+        if (control->bare && !numbers_.bare_control) numbers_.bare_control = position_;
+        numbers_.bytes += control->bytes;
+        ++numbers_.controls;
+        position_ += control->length;
+        separator_pending_ = false;
+        behind_control_ = true;
+    }
+
     void add_number() {
         const HexNumber number = read_hex_number(text_.substr(0, end_), position_);
         if (numbers_.count > 0 && number.mark != numbers_.mark) {
@@ -163,10 +246,11 @@ class HexList {
         numbers_.mark = number.mark;
         numbers_.bytes += number.bytes;
         numbers_.has_decimal_digit |= number.has_decimal_digit;
-        numbers_.has_lone_digit |= number.has_lone_digit;
+        if (number.has_lone_digit && !numbers_.lone_digit) numbers_.lone_digit = position_;
         ++numbers_.count;
         position_ = number.end;
         separator_pending_ = false;
+        behind_control_ = false;
     }
 
     void skip_separator() {
@@ -177,13 +261,15 @@ class HexList {
             std::string_view(",;-:").find(text_[position_]) != std::string_view::npos) {
             separator = text_[position_];
         }
+        // Beside a control character there may be blanks or nothing in any list.
+        if (separator == ' ' && is_beside_control(before)) return;
         if (separator == ' ' && position_ == before) {
-            if (needs_separator(numbers_.mark)) {
+            if (!follows_at_once(numbers_.mark, text_.substr(position_))) {
                 throw Misfit{position_, "neither a hexadecimal digit nor a separator"};
             }
             separator = '\0';
         }
-        if (numbers_.count == 1) separator_ = separator;
+        if (!separator_) separator_ = separator;
         if (separator != separator_) {
             throw Misfit{position_, "the numbers before are separated differently"};
         }
@@ -195,6 +281,16 @@ class HexList {
         }
     }
 
+    // Whether a control character is on either side of the gap that begins at `before`.
+    bool is_beside_control(std::size_t before) {
+        const bool before_control =
+            position_ < end_ && listed_control(text_.substr(0, end_), position_).has_value();
+        if (!behind_control_ && !before_control) return false;
+        const bool attached = position_ == before && behind_control_ != before_control;
+        if (attached && !numbers_.attached_control) numbers_.attached_control = before;
+        return true;
+    }
+
     void skip_blanks() {
         while (position_ < end_ && is_blank(text_[position_])) ++position_;
     }
@@ -204,7 +300,8 @@ class HexList {
     std::size_t end_;
     std::size_t position_ = 0;
     bool braced_ = false;
-    char separator_ = '\0';
+    std::optional<char> separator_;
+    bool behind_control_ = false;
     bool separator_pending_ = false;
     HexNumbers numbers_;
 };
@@ -219,7 +316,7 @@ HexNumber read_hex_number(std::string_view text, std::size_t position) {
         if (mark == HexMark::kBracket || mark == HexMark::kAngle) {
             return read_enclosed(mark, text, begin);
         }
-        const std::string_view digits = digits_at(text, begin);
+        const std::string_view digits = marked_digits(mark, text, begin);
         if (!fits(mark, digits.size())) throw misfit_at(mark, text, begin, digits);
         return number_of(mark, digits, begin + digits.size());
     }

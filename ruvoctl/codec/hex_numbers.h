@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -35,12 +36,18 @@ struct HexNumbers {
     HexMark mark = HexMark::kNone;
     std::size_t count = 0;
     bool has_decimal_digit = false;
-    bool has_lone_digit = false;  // a number of one digit
+    std::optional<std::size_t> lone_digit;  // where the first number of one digit is
+    std::size_t controls = 0;               // control characters by their names or escapes
+    // Where the first of them is that has neither brackets nor a backslash, and the first
+    // that nothing separates from a number.
+    std::optional<std::size_t> bare_control;
+    std::optional<std::size_t> attached_control;
 };
 
 // Reads hexadecimal numbers that all have the same mark and the same separator
 // (blanks, or one of , ; - : with or without blanks; none for marks that need none), in
-// braces or brackets or bare. Throws Misfit.
+// braces or brackets or bare. Control characters may stand between them: <CR>, CR, \r.
+// Throws Misfit.
 HexNumbers read_hex_numbers(std::string_view text);
 
 }  // namespace ruvo::ctl

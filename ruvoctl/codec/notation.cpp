@@ -1,28 +1,128 @@
 #include "ruvoctl/codec/notation.h"
 
+#include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/hex_numbers.h"
-#include "ruvoctl/codec/misfit.h"
 
+#include <algorithm>
+#include <cctype>
 #include <utility>
 
 namespace ruvo::ctl {
 namespace {
 
+constexpr std::string_view kSeparators = " \t\r\n,;-:";
+constexpr std::string_view kMarks = "xXhH$%&[]<>{}";
+
+bool is_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
+bool is_decimal(char c) { return c >= '0' && c <= '9'; }
+bool is_small_digit(char c) { return c >= 'a' && c <= 'f'; }
+
 // "A B", "FFh" and "[AB][CD]" are words rather than numbers; so is a number that
-// nothing separates from another, unless it is marked beyond doubt.
+// nothing separates from another, unless it is marked beyond doubt. Behind a backslash the
+// text goes on as readily as the numbers.
 bool may_be_words(const HexNumbers& numbers) {
     switch (numbers.mark) {
         case HexMark::kNone:
-            return numbers.count < 2 || (numbers.has_lone_digit && !numbers.has_decimal_digit);
+            return numbers.count < 2 || (numbers.lone_digit && !numbers.has_decimal_digit) ||
+                   numbers.bare_control || numbers.attached_control;
         case HexMark::kTrailingH:
             return !numbers.has_decimal_digit;
         case HexMark::kBracket:
         case HexMark::kAngle:
             return numbers.count < 2 || !numbers.has_decimal_digit;
+        case HexMark::kBackslash:
+            return numbers.bare_control || (numbers.count < 2 && numbers.controls > 0);
         default:
             return false;
     }
 }
+
+// Whether words are nearer to numbers than to a text.
+std::optional<Misfit> doubt_of_words(const HexNumbers& numbers, std::string_view text) {
+    if (numbers.mark == HexMark::kNone && numbers.count > 1 && numbers.has_decimal_digit) {
+        if (numbers.attached_control) {
+            return Misfit{*numbers.attached_control, "nothing separates this from the numbers"};
+        }
+        if (numbers.bare_control) {
+            return Misfit{*numbers.bare_control, "a name among numbers needs brackets"};
+        }
+    }
+    const bool capitals = std::none_of(text.begin(), text.end(), is_small_digit);
+    const bool words = numbers.lone_digit || (numbers.count < 2 && !text.ends_with('h'));
+    if (numbers.mark == HexMark::kTrailingH && capitals && !words) {
+        return Misfit{0, "numbers of letters alone may be words"};
+    }
+    return {};
+}
+
+bool are_escapes(std::string_view word) {
+    while (word.starts_with("\\r") || word.starts_with("\\n") || word.starts_with("\\t")) {
+        word.remove_prefix(2);
+    }
+    return word.empty();
+}
+
+// The digits of a word that are not those of an escape; nothing when it holds anything
+// but digits and marks.
+std::optional<std::string> digits_of(std::string_view word) {
+    std::string digits;
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        if (word.substr(i, 2) == "\\x") {
+            i += 3;
+        } else if (is_digit(word[i])) {
+            digits += word[i];
+        } else if (kMarks.find(word[i]) == std::string_view::npos) {
+            return {};
+        }
+    }
+    return digits;
+}
+
+// Where plain hexadecimal ends that control characters follow; nothing when there is no such,
+// or nothing but a decimal number or a word in front of them.
+std::optional<std::size_t> digits_before_controls(std::string_view text) {
+    const auto end = std::find_if_not(text.begin(), text.end(), is_digit);
+    const auto count = static_cast<std::size_t>(end - text.begin());
+    const std::string_view rest = text.substr(count);
+    const auto decimals = std::count_if(text.begin(), end, is_decimal);
+    const bool mixed = decimals > 0 && decimals < end - text.begin();
+    if (rest.empty() || !mixed || count < 4 || count % 2 != 0) return {};
+    return are_escapes(rest) || bracketed_control(rest, 0) ? std::optional(count) : std::nullopt;
+}
+
+// Counts the digits of a text whose words are all numbers, well written or not.
+class NumberWords {
+  public:
+    explicit NumberWords(std::string_view text) {
+        while (numbers_alone_ && !text.empty()) {
+            const std::size_t end = std::min(text.find_first_of(kSeparators), text.size());
+            if (end > 0) add(text.substr(0, end));
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+    }
+
+    // A number of one or two digits alone is as likely a text.
+    bool are_numbers() const { return numbers_alone_ && digits_ > 2 && decimals_ > 0; }
+
+  private:
+    void add(std::string_view word) {
+        if (control_bytes(word) || bracketed_control(word, 0) || are_escapes(word)) return;
+        const auto digits = digits_of(word);
+        const auto decimals =
+            digits ? std::count_if(digits->begin(), digits->end(), is_decimal) : 0;
+        // Words such as FADE are no numbers, nor is a share.
+        if (!digits || (decimals == 0 && digits->size() != 2) || word.ends_with('%')) {
+            numbers_alone_ = false;
+            return;
+        }
+        digits_ += digits->size();
+        decimals_ += static_cast<std::size_t>(decimals);
+    }
+
+    bool numbers_alone_ = true;
+    std::size_t digits_ = 0;
+    std::size_t decimals_ = 0;
+};
 
 }  // namespace
 
@@ -33,6 +133,19 @@ std::optional<std::string> separated_hex(std::string_view text) {
         return std::move(numbers.bytes);
     } catch (const Misfit&) {
         return {};
+    }
+}
+
+std::optional<Misfit> nearly_numbers(std::string_view text) {
+    try {
+        return doubt_of_words(read_hex_numbers(text), text);
+    } catch (const Misfit& misfit) {
+        if (const auto end = digits_before_controls(text)) {
+            return Misfit{*end, "hexadecimal digits end here"};
+        }
+        if (!NumberWords(text).are_numbers()) return {};
+        if (!std::all_of(text.begin(), text.end(), is_digit)) return misfit;
+        return Misfit{text.size() - 1, "an odd number of hexadecimal digits"};
     }
 }
 

@@ -10,6 +10,8 @@ namespace ruvo::ctl {
 struct Note {
     std::size_t position = 0;  // in the text
     std::string text;
+    // Whether something else is as likely to be meant as what was read.
+    bool doubtful = false;
 };
 
 using Notes = std::vector<Note>;

@@ -19,6 +19,10 @@ namespace {
 
 bool is_hex_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
 
+constexpr std::string_view kBlanks = " \t\r\n";
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
 bool is_letter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
 
 std::string read_plain_hex(std::string_view text) {
@@ -39,6 +43,12 @@ Reading of_text(Notation notation, TextReading reading) {
     return {notation, std::move(reading.bytes), std::move(reading.notes)};
 }
 
+// Who names the notation has no doubts.
+Reading without_doubt(Reading reading) {
+    for (Note& note : reading.notes) note.doubtful = false;
+    return reading;
+}
+
 Reading plain_hex(std::string_view text) {
     Reading reading{Notation::kHex, hex_to_bytes(text), {}};
     if (std::all_of(text.begin(), text.end(), is_letter)) {
@@ -47,36 +57,97 @@ Reading plain_hex(std::string_view text) {
     return reading;
 }
 
+Reading separated_numbers(std::string_view text) {
+    const HexNumbers numbers = read_hex_numbers(text);
+    Reading reading{Notation::kSeparated, numbers.bytes, {}};
+    const bool marked = numbers.mark != HexMark::kNone && numbers.mark != HexMark::kTrailingH;
+    if (numbers.lone_digit && !marked) {
+        const char digit = text[*numbers.lone_digit];
+        reading.notes.push_back(
+            {*numbers.lone_digit, fmt::format("a digit alone is read as 0{}", digit)});
+    }
+    return reading;
+}
+
+void note_unread_quotes(std::string_view text, Notes& notes) {
+    try {
+        (void)read_quoted(text);
+    } catch (const Misfit& misfit) {
+        notes.push_back(
+            {misfit.position, fmt::format("{}; the quotes are part of the data", misfit.reason)});
+    }
+}
+
+// Whether whole numbers make up a text but for its last word; two and more of them are
+// hardly there by accident.
+bool begins_with_numbers(std::string_view text) {
+    try {
+        return read_hex_numbers(text.substr(0, text.find_last_of(" ,;-:"))).count > 1;
+    } catch (const Misfit&) {
+        return false;
+    }
+}
+
+// What stopped numbers.
+void note_unread_numbers(std::string_view text, Notes& notes) {
+    try {
+        (void)read_hex_numbers(text);
+    } catch (const Misfit& misfit) {
+        if (!begins_with_numbers(text.substr(0, misfit.position))) return;
+        notes.push_back(
+            {misfit.position,
+             fmt::format("{}; without that it would be hexadecimal numbers", misfit.reason)});
+    }
+}
+
 // What stopped other notations, where the text is likely to be meant in them.
 void note_other_notations(std::string_view text, Notes& notes) {
-    if (is_plain_hex(text)) {
+    if (auto misfit = nearly_numbers(text)) {
+        notes.push_back({misfit->position, std::move(misfit->reason), true});
+    } else if (is_plain_hex(text)) {
         notes.push_back({0, "an odd number of hexadecimal digits is read as text"});
-        return;
-    }
-    const bool quoted = !text.empty() && (text.front() == '"' || text.front() == '\'');
-    try {
-        if (quoted) {
-            (void)read_quoted(text);
-        } else {
-            (void)read_hex_numbers(text);
-        }
-    } catch (const Misfit& misfit) {
-        // Two numbers and more are hardly there by accident.
-        if (!quoted && misfit.position < 5) return;
-        notes.push_back({misfit.position,
-                         fmt::format("{}; {}", misfit.reason,
-                                     quoted ? "the quotes are part of the data"
-                                            : "without that it would be hexadecimal numbers")});
+    } else if (text.starts_with('"') || text.starts_with('\'')) {
+        note_unread_quotes(text, notes);
+    } else {
+        note_unread_numbers(text, notes);
     }
 }
 
 std::optional<Reading> read_if_quoted(std::string_view text) {
     if (text.find_first_of("\"'") == std::string_view::npos) return {};
     try {
-        return of_text(Notation::kQuoted, read_quoted(text));
+        return without_doubt(of_text(Notation::kQuoted, read_quoted(text)));
     } catch (const Misfit&) {
         return {};
     }
+}
+
+// Nothing when it is most likely text.
+std::optional<Reading> read_unless_text(std::string_view text) {
+    if (is_plain_hex(text) && text.size() % 2 == 0) return plain_hex(text);
+    if (separated_hex(text)) return separated_numbers(text);
+    return read_if_quoted(text);
+}
+
+// Blanks around a text may well be meant; `inner` is what stands between them.
+Reading read_likely_text(std::string_view text, std::string_view inner, std::size_t begin) {
+    Reading reading = of_text(Notation::kText, read_text(text, TextMark::kNone));
+    Notes others;
+    note_other_notations(inner, others);
+    for (Note& note : others) {
+        note.position += begin;
+        reading.notes.push_back(std::move(note));
+    }
+    const bool front = !text.empty() && is_blank(text.front());
+    if (front || (!text.empty() && is_blank(text.back()))) {
+        reading.notes.push_back(
+            {front ? 0 : text.size() - 1, "the blanks around it are part of the data"});
+    }
+    for (Note& note : reading.notes) {
+        if (!note.doubtful) continue;
+        note.text = fmt::format("doubtful: read as text; force it with --notation ({})", note.text);
+    }
+    return reading;
 }
 
 }  // namespace
@@ -130,35 +201,49 @@ Reading read_as(Notation notation, std::string_view text) {
         case Notation::kHex:
             return {notation, read_plain_hex(text), {}};
         case Notation::kSeparated:
-            return {notation, read_hex_numbers(text).bytes, {}};
+            return separated_numbers(text);
         case Notation::kQuoted:
-            return of_text(notation, read_quoted(text));
+            return without_doubt(of_text(notation, read_quoted(text)));
         case Notation::kText:
-            return of_text(notation, read_text(text, TextMark::kNone));
+            return without_doubt(of_text(notation, read_text(text, TextMark::kNone)));
         case Notation::kRaw:
             break;
         case Notation::kCaret:
-            return of_text(notation, read_text(text, TextMark::kCaret));
+            return without_doubt(of_text(notation, read_text(text, TextMark::kCaret)));
         case Notation::kDollar:
-            return of_text(notation, read_text(text, TextMark::kDollar));
+            return without_doubt(of_text(notation, read_text(text, TextMark::kDollar)));
         case Notation::kPercent:
-            return of_text(notation, read_text(text, TextMark::kPercent));
+            return without_doubt(of_text(notation, read_text(text, TextMark::kPercent)));
     }
     return {Notation::kRaw, std::string(text), {}};
 }
 
 Reading read_as_most_likely(std::string_view text) {
-    if (is_plain_hex(text) && text.size() % 2 == 0) return plain_hex(text);
-    if (auto bytes = separated_hex(text)) return {Notation::kSeparated, *std::move(bytes), {}};
-    if (auto reading = read_if_quoted(text)) return *std::move(reading);
-    Reading reading = read_as(Notation::kText, text);
-    note_other_notations(text, reading.notes);
-    return reading;
+    const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
+    const std::string_view inner = text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+    if (auto reading = read_unless_text(inner)) {
+        for (Note& note : reading->notes) note.position += begin;
+        if (inner.size() < text.size()) {
+            reading->notes.push_back(
+                {begin > 0 ? 0 : inner.size(), "the blanks around it are left out"});
+        }
+        return *std::move(reading);
+    }
+    return read_likely_text(text, inner, begin);
+}
+
+bool is_doubtful(const Reading& reading) {
+    return std::any_of(reading.notes.begin(), reading.notes.end(),
+                       [](const Note& note) { return note.doubtful; });
 }
 
 std::string read_terminator(std::string_view text) {
     if (auto bytes = control_bytes(text)) return *std::move(bytes);
-    return read_as_most_likely(text).bytes;
+    const Reading reading = read_as_most_likely(text);
+    for (const Note& note : reading.notes) {
+        if (note.doubtful) throw Misfit{note.position, note.text};
+    }
+    return reading.bytes;
 }
 
 }  // namespace ruvo::ctl

@@ -42,11 +42,15 @@ Reading read_as(Notation notation, std::string_view text);
 
 // Reads a text in the notation that it is most likely in: hexadecimal digits and nothing
 // else in an even number, separated hexadecimal numbers, quoted text, and text otherwise.
-// Throws Misfit for an escape that does not exist.
+// Blanks around it are left out, but of text they are part. Throws Misfit for an escape that
+// does not exist.
 Reading read_as_most_likely(std::string_view text);
 
+// Whether a reading has a note of a doubt.
+bool is_doubtful(const Reading& reading);
+
 // A terminator is read like that too, but a name of a control character needs no
-// brackets. Throws Misfit.
+// brackets. Throws Misfit, for a doubtful one too.
 std::string read_terminator(std::string_view text);
 
 }  // namespace ruvo::ctl

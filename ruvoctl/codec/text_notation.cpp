@@ -31,6 +31,9 @@ constexpr std::array<std::pair<char, char>, 12> kEscapes = {{
     {'0', '\0'},
 }};
 
+// Of a control character.
+constexpr std::size_t kLongestName = 5;
+
 bool is_hex_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
 
 bool is_octal_digit(char c) { return c >= '0' && c <= '7'; }
@@ -80,6 +83,7 @@ class TextReader {
         if (c == sign_ && read_marked()) return;
         if (c == '^' || c == '$' || c == '%') note_mark();
         if (c == '0') note_zero_x();
+        if (c == '{' || c == '(') note_other_brackets();
         if (c == '\n') note_line_end();
         if (static_cast<unsigned char>(c) >= 0x80) note_beyond_ascii();
         take(std::string_view(&c, 1), 1);
@@ -185,6 +189,20 @@ class TextReader {
         note(fmt::format("'{}' stays as it is written; --notation {} reads it as a byte",
                          printable(rest().substr(0, caret ? 2 : 3), Backslash::kAsItIs),
                          notation_of(sign)));
+    }
+
+    // {CR} and (CR). Names that are words in small letters are rather words here.
+    void note_other_brackets() {
+        const std::string_view inner = rest().substr(1, kLongestName + 1);
+        const auto closing = inner.find(rest()[0] == '{' ? '}' : ')');
+        if (closing == std::string_view::npos) return;
+        const std::string_view name = inner.substr(0, closing);
+        std::string small(name);
+        for (char& c : small) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (!control_bytes(small)) return;
+        note(fmt::format("'{}' stays as it is written; write <{}> for the control character",
+                         rest().substr(0, closing + 2), name));
+        reading_.notes.back().doubtful = true;
     }
 
     void note_zero_x() {

@@ -14,6 +14,17 @@ bool is_option(const std::string& word) {
            std::isdigit(static_cast<unsigned char>(word[1])) == 0;
 }
 
+// The parser takes "--" for the end of a verb that waits for no word any more, and what is
+// behind it for the program's own. So this verb waits for one more, which no word ever is.
+void keep_mark(CLI::App& verb) {
+    verb.validate_positionals();
+    verb.add_option_function<std::string>(
+            "MORE", [](const std::string&) {},
+            "Joined to it by blanks; behind -- nothing is an option")
+        ->type_name("...")
+        ->check([](const std::string&) { return "never taken"; });
+}
+
 }  // namespace
 
 // An option of one value takes it as it stands; a list would take "[CR]" apart. So the
@@ -22,6 +33,7 @@ void add_words(CLI::App& verb, const std::string& name, std::string& first,
                const std::string& description) {
     verb.add_option(name, first, description)->type_name("...")->required();
     verb.allow_extras();
+    keep_mark(verb);
 }
 
 Words read_words(const CLI::App& verb, const std::string& first) {

@@ -1,8 +1,8 @@
 #include "ruvoctl/output/printable.h"
 
-#include <nlohmann/json.hpp>
 #include <fmt/format.h>
 #include <utf8.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdint>
 
@@ -11,7 +11,7 @@ namespace {
 
 // Controls of either set, and what turns the direction of the text around.
 bool is_control(std::uint32_t character) {
-    return character < 0x20 || (character >= 0x7F && character < 0xA0) ||
+    return character < 0x20 || (character >= 0x7F && character < 0xA0) || character == 0x061C ||
            (character >= 0x200B && character <= 0x200F) ||
            (character >= 0x2028 && character <= 0x202E) ||
            (character >= 0x2060 && character <= 0x206F) || character == 0xFEFF;

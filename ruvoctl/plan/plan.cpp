@@ -3,6 +3,9 @@
 namespace ruvo::ctl {
 namespace {
 
+// A report is fetched by a connect, a send and a receive.
+constexpr std::chrono::seconds kFetchAtMost = 3 * kCallAtMost;
+
 void count_step(PlanSummary& summary, StepOutcome outcome) {
     switch (outcome) {
         case StepOutcome::kSends:
@@ -38,6 +41,22 @@ PlanSummary summarize(const Plan& plan) {
         }
     }
     return summary;
+}
+
+std::chrono::seconds tail_of(const PlannedStep& step) {
+    if (step.outcome != StepOutcome::kSends) return {};
+    switch (step.sender) {
+        case Sender::kTcp:
+            return kCallAtMost;
+        case Sender::kUdpStatus:
+            return kFetchAtMost;
+        case Sender::kTcpStatus:
+            return kFetchAtMost + kCallAtMost;
+        case Sender::kUdp:
+        case Sender::kNone:
+            break;
+    }
+    return {};
 }
 
 }  // namespace ruvo::ctl

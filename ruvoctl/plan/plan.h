@@ -2,8 +2,8 @@
 
 #include "events/expand_data.h"
 #include "execution/choose_sender.h"
-#include "ruvoctl/socket_destination.h"
 #include "ruvoctl/plan/world.h"
+#include "ruvoctl/socket_destination.h"
 
 #include <chrono>
 #include <cstddef>
@@ -20,8 +20,8 @@ struct Window {
     std::chrono::nanoseconds latest{};
 };
 
-// A TCP exchange takes up to this much longer when its peer is slow.
-inline constexpr std::chrono::seconds kTcpTail{2};
+// How long a peer may keep a TCP exchange in each of its calls: connect, send and receive.
+inline constexpr std::chrono::seconds kCallAtMost{2};
 
 enum class StepOutcome {
     kSends,
@@ -40,6 +40,9 @@ enum class StepReason {
 struct PlannedMacro {
     std::string name;
     MacroValue value;
+    // Whether the plan knows what the status service reports; if not, a name that is no
+    // built-in may be an item of it.
+    bool report_given = true;
 };
 
 struct PlannedStep {
@@ -59,6 +62,9 @@ struct PlannedStep {
     std::optional<std::string> data;
     std::string expanded;       // after macros and escapes, before the cuts
     std::size_t cut_bytes = 0;  // how many of them don't leave
+    // How many zero bytes at the end stand for nothing but blanks and a carriage return
+    // behind the digits of the settings line.
+    std::size_t line_end_zeros = 0;
     std::vector<PlannedMacro> macros;
     std::string log_line;  // in the event log, with its line feed
 };
@@ -70,6 +76,12 @@ enum class EventOutcome {
     kUnreachable,  // a client's trigger can't find it
 };
 
+// An earlier event that answers in place of another.
+struct EarlierEvent {
+    std::string name;
+    std::size_t line = 0;  // of the Count that made it
+};
+
 struct PlannedEvent {
     std::string name;
     std::string trigger;
@@ -77,9 +89,12 @@ struct PlannedEvent {
     std::int32_t delay_s = 0;
     std::size_t step_count = 0;
     EventOutcome outcome = EventOutcome::kRuns;
-    // Of an event that can't be reached: the one that its trigger finds in its place;
-    // nothing when no client can send its trigger.
-    std::optional<std::string> found_instead;
+    // Of an event that can't be reached: the one that is found in its place; nothing when
+    // no client can send what finds it.
+    std::optional<EarlierEvent> found_instead;
+    // False when the event is skipped in the power-on window, and the window ends so close to
+    // its run that the uptime in the daemon's mind decides.
+    bool power_on_window_certain = true;
     // Of an event that runs: when its execution starts, and each of its steps.
     std::optional<Window> start;
     std::vector<PlannedStep> steps;
@@ -121,5 +136,10 @@ struct PlanSummary {
 // Counts every step; those of an event that does not run are skipped when the switch is
 // the reason, else lost.
 PlanSummary summarize(const Plan& plan);
+
+// How much later than its window a step's bytes may leave: a TCP exchange connects first,
+// and a status variant fetches the report before that. Zero for a plain datagram and for
+// what is not sent.
+std::chrono::seconds tail_of(const PlannedStep& step);
 
 }  // namespace ruvo::ctl

@@ -4,6 +4,7 @@
 #include "core/text_cut.h"
 #include "events/expanded_copy.h"
 #include "events/find_event.h"
+#include "events/hex_to_bytes.h"
 #include "execution/decide.h"
 #include "execution/due_times.h"
 #include "execution/event_log.h"
@@ -12,8 +13,8 @@
 #include "net/command_request.h"
 #include "net/command_text.h"
 #include "ruvoctl/output/printable.h"
-#include "ruvoctl/status_report.h"
 #include "ruvoctl/settings_model.h"
+#include "ruvoctl/status_report.h"
 
 #include <fmt/format.h>
 
@@ -33,6 +34,12 @@ constexpr std::chrono::milliseconds kLookupAtMost{100};
 
 // When planned records are queued, on their own clock: any time but 0.
 constexpr std::int64_t kQueuedNs = 1;
+
+// So near to its end the power-on window may be over or not: the uptime in the daemon's mind
+// is older than a second at times.
+constexpr std::int64_t kUptimeDoubtSeconds = 2;
+
+constexpr std::string_view kLineEndBlanks = " \t\r";
 
 // What the planning of every event uses.
 struct Given {
@@ -77,10 +84,12 @@ std::string voiding_cause(const EventDefinition& definition, WordSize word) {
 std::optional<VoidingLine> find_voiding_line(const Given& in) {
     if (in.model.voiding.empty()) return {};
     const std::size_t record = in.model.voiding.front();
-    const SourcePosition position = in.source.position(in.source.key_offset(record));
+    const EventDefinition& definition = in.source.definitions[record];
+    const SourcePosition position = in.source.position(
+        in.source.key_offset(record) + definition.name.size() + definition.field.size());
     return VoidingLine{.line = position.line,
                        .column = position.column,
-                       .cause = voiding_cause(in.source.definitions[record], in.world.word)};
+                       .cause = voiding_cause(definition, in.world.word)};
 }
 
 Plan empty_plan(const Given& in) {
@@ -123,12 +132,13 @@ Window start_window(const EventEntry& record) {
     return {.earliest = due, .latest = std::max<nanoseconds>(due, kLookupAtMost) + kPassInterval};
 }
 
-std::vector<PlannedMacro> macros_in(std::string_view data, const MacroValues& values) {
+std::vector<PlannedMacro> macros_in(std::string_view data, const Given& in) {
     std::vector<PlannedMacro> macros;
     std::size_t position = 0;
     while (const auto macro = find_macro(data, position)) {
-        macros.push_back(
-            {.name = std::string(macro->name), .value = resolve_macro(macro->name, values)});
+        macros.push_back({.name = std::string(macro->name),
+                          .value = resolve_macro(macro->name, in.macro_values),
+                          .report_given = in.world.status.has_value()});
         position = macro->end();
     }
     return macros;
@@ -196,8 +206,30 @@ PlannedStep plan_step(const SubCommand& step, const World& world) {
     return planned;
 }
 
+// The zero bytes at the end of data that only a carriage return and blanks behind the
+// digits have made.
+std::size_t line_end_zeros(const Given& in, const std::optional<std::size_t>& data_record) {
+    if (!data_record) return 0;
+    const std::string_view value = in.source.definitions[*data_record].value;
+    const std::string_view digits = value.substr(0, value.find_last_not_of(kLineEndBlanks) + 1);
+    const std::string bytes = hex_to_bytes(value);
+    const std::string meant = hex_to_bytes(digits);
+    const bool only_zeros = bytes.starts_with(meant) &&
+                            bytes.find_first_not_of('\0', meant.size()) == std::string::npos;
+    return only_zeros ? bytes.size() - meant.size() : 0;
+}
+
+// Whether the uptime's second of more or less changes what becomes of a record.
+bool is_window_certain(const EventEntry& record, const World& world, const Window& start) {
+    const std::int64_t distance = run_uptime_s(world, start) - kPowerOnWindowSeconds;
+    if (distance < -kUptimeDoubtSeconds || distance > kUptimeDoubtSeconds) return true;
+    return decide_step(record, switches_at_run(world, kPowerOnWindowSeconds)) ==
+           decide_step(record, switches_at_run(world, kPowerOnWindowSeconds + 1));
+}
+
 std::vector<PlannedStep> plan_steps(const Given& in, const EventEntry& entry,
-                                    const EventEntry& record, const Window& start) {
+                                    const EventModel& event, const EventEntry& record,
+                                    const Window& start) {
     const std::int64_t uptime_s = run_uptime_s(in.world, start);
     const StepAction action = decide_step(record, switches_at_run(in.world, uptime_s));
     const auto due = due_times(record.subCommands);
@@ -207,11 +239,26 @@ std::vector<PlannedStep> plan_steps(const Given& in, const EventEntry& entry,
         planned.index = i;
         planned.due = due[i];
         planned.window = {.earliest = start.earliest + due[i], .latest = start.latest + due[i]};
-        planned.macros = macros_in(entry.subCommands[i].data, in.macro_values);
+        planned.macros = macros_in(entry.subCommands[i].data, in);
+        planned.line_end_zeros = line_end_zeros(in, event.steps[i].data);
         decide(planned, record.subCommands[i], action, uptime_s);
         steps.push_back(std::move(planned));
     }
     return steps;
+}
+
+std::size_t line_of_event(const Given& in, std::size_t position) {
+    return in.source.line_of(in.model.events[position].count_record);
+}
+
+std::size_t position_of(const Given& in, const EventEntry& entry) {
+    const auto found = std::find_if(in.model.list.begin(), in.model.list.end(),
+                                    [&](const EventEntry& other) { return &other == &entry; });
+    return static_cast<std::size_t>(found - in.model.list.begin());
+}
+
+EarlierEvent earlier_event(const Given& in, const EventEntry& entry) {
+    return {.name = entry.name, .line = line_of_event(in, position_of(in, entry))};
 }
 
 PlannedEvent plan_entry(const Given& in, const EventEntry& entry, std::size_t position) {
@@ -220,29 +267,26 @@ PlannedEvent plan_entry(const Given& in, const EventEntry& entry, std::size_t po
     PlannedEvent event;
     event.name = entry.name;
     event.trigger = entry.xmlField;
-    event.line = in.source.line_of(in.model.events[position].count_record);
+    event.line = line_of_event(in, position);
     event.delay_s = record.delay;
     event.step_count = entry.subCommands.size();
     if (const EventEntry* const found = entry_found_by_client(in, entry); found != &entry) {
         event.outcome = EventOutcome::kUnreachable;
-        if (found != nullptr) event.found_instead = found->name;
+        if (found != nullptr) event.found_instead = earlier_event(in, *found);
         return event;
     }
     event.outcome = outcome_of(in, record);
     if (event.outcome != EventOutcome::kRuns) return event;
     event.start = start_window(record);
-    event.steps = plan_steps(in, entry, record, *event.start);
+    event.power_on_window_certain = is_window_certain(record, in.world, *event.start);
+    event.steps = plan_steps(in, entry, in.model.events[position], record, *event.start);
     return event;
 }
 
 // Appends the plan of the entry that answers to a name, if one does.
 void append_event(const Given& in, std::string_view name, std::vector<PlannedEvent>& events) {
     const EventEntry* const entry = find_event(in.model.list, name, in.test());
-    if (entry == nullptr) return;
-    const auto position = std::find_if(in.model.list.begin(), in.model.list.end(),
-                                       [&](const EventEntry& other) { return &other == entry; });
-    events.push_back(
-        plan_entry(in, *entry, static_cast<std::size_t>(position - in.model.list.begin())));
+    if (entry != nullptr) events.push_back(plan_entry(in, *entry, position_of(in, *entry)));
 }
 
 PlannedTrigger plan_trigger(const World& world, std::string_view bytes) {
@@ -262,7 +306,7 @@ PlannedTrigger plan_trigger(const World& world, std::string_view bytes) {
     return trigger;
 }
 
-bool creates_none_on_purpose(const EventDefinition& definition, WordSize word) {
+bool creates_none_though_a_number(const EventDefinition& definition, WordSize word) {
     if (definition.kind != kFieldKey || definition.field != "Count") return false;
     char* end = nullptr;
     (void)std::strtoll(definition.value.c_str(), &end, 10);
@@ -313,12 +357,20 @@ std::vector<std::string> trigger_names(const SettingsSource& source, const World
 }
 
 bool is_switched_off(const SettingsSource& source, const World& world, std::string_view name) {
+    return switching_count(source, world, name).has_value();
+}
+
+std::optional<std::string> switching_count(const SettingsSource& source, const World& world,
+                                           std::string_view name) {
     SettingsSource switched_on = source;
     for (EventDefinition& definition : switched_on.definitions) {
-        if (creates_none_on_purpose(definition, world.word)) definition.value = "1";
+        if (creates_none_though_a_number(definition, world.word)) definition.value = "1";
     }
     const SettingsModel model = model_settings(switched_on, world.word);
-    return find_event(model.list, name, world.test ? 1 : 0) != nullptr;
+    const EventEntry* const entry = find_event(model.list, name, world.test ? 1 : 0);
+    if (entry == nullptr) return {};
+    const std::size_t event = model.events_of.at(entry->name).front();
+    return source.definitions[model.events[event].count_record].value;
 }
 
 }  // namespace ruvo::ctl

@@ -3,6 +3,7 @@
 #include "ruvoctl/plan/plan.h"
 #include "ruvoctl/settings_source.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,7 +26,11 @@ Plan plan_request(const SettingsSource& source, const World& world, std::string_
 // The names by which the file's events are triggered, in list order.
 std::vector<std::string> trigger_names(const SettingsSource& source, const World& world);
 
-// Whether an event would answer to the name if its Count were not 0 or less.
+// Whether an event would answer to the name if its Count did not read as 0 or less.
 bool is_switched_off(const SettingsSource& source, const World& world, std::string_view name);
+
+// The Count by which it is switched off, as it is written; nothing when it is not.
+std::optional<std::string> switching_count(const SettingsSource& source, const World& world,
+                                           std::string_view name);
 
 }  // namespace ruvo::ctl

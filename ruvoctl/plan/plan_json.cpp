@@ -46,7 +46,7 @@ Json macros_json(const std::vector<PlannedMacro>& macros) {
     for (const PlannedMacro& macro : macros) {
         list.push_back({{"name", text_of(macro.name)},
                         {"value", bytes_json(macro.value.text)},
-                        {"source", source_word(macro.value.source)}});
+                        {"source", source_word(macro)}});
     }
     return list;
 }
@@ -71,6 +71,7 @@ Json step_json(const PlannedStep& step) {
             {"due_ms", in_ms(step.due)},
             {"earliest_ms", in_ms(step.window.earliest)},
             {"latest_ms", in_ms(step.window.latest)},
+            {"tail_ms", tail_of(step) / kMs},
             {"data", bytes_or_null(step.data)},
             {"expanded", bytes_json(step.expanded)},
             {"cut_bytes", step.cut_bytes},
@@ -81,16 +82,19 @@ Json step_json(const PlannedStep& step) {
 Json event_json(const PlannedEvent& event) {
     Json steps = Json::array();
     for (const PlannedStep& step : event.steps) steps.push_back(step_json(step));
-    return {{"name", text_of(event.name)},
-            {"trigger", text_of(event.trigger)},
-            {"line", event.line},
-            {"delay_s", event.delay_s},
-            {"outcome", outcome_word(event.outcome)},
-            {"found_instead", event.found_instead ? Json(text_of(*event.found_instead)) : Json()},
-            {"earliest_ms", event.start ? Json(in_ms(event.start->earliest)) : Json()},
-            {"latest_ms", event.start ? Json(in_ms(event.start->latest)) : Json()},
-            {"step_count", event.step_count},
-            {"steps", std::move(steps)}};
+    return {
+        {"name", text_of(event.name)},
+        {"trigger", text_of(event.trigger)},
+        {"line", event.line},
+        {"delay_s", event.delay_s},
+        {"outcome", outcome_word(event.outcome)},
+        {"found_instead", event.found_instead ? Json(text_of(event.found_instead->name)) : Json()},
+        {"found_line", event.found_instead ? Json(event.found_instead->line) : Json()},
+        {"power_on_window_certain", event.power_on_window_certain},
+        {"earliest_ms", event.start ? Json(in_ms(event.start->earliest)) : Json()},
+        {"latest_ms", event.start ? Json(in_ms(event.start->latest)) : Json()},
+        {"step_count", event.step_count},
+        {"steps", std::move(steps)}};
 }
 
 Json summary_json(const PlanSummary& summary) {
@@ -102,6 +106,15 @@ Json summary_json(const PlanSummary& summary) {
 }
 
 }  // namespace
+
+Json names_json(const std::vector<std::string>& names, std::string_view file) {
+    Json list = Json::array();
+    for (const std::string& name : names) list.push_back(text_of(name));
+    return {{"format", "ruvoctl.names"},
+            {"version", 1},
+            {"file", text_of(file)},
+            {"names", std::move(list)}};
+}
 
 Json plan_json(const Plan& plan, std::string_view file) {
     Json events = Json::array();

@@ -21,7 +21,7 @@ constexpr double kRow = 22;
 constexpr double kBar = 12;
 constexpr double kHeader = 34;
 constexpr double kAxis = 34;
-constexpr double kLegend = 40;
+constexpr double kLegend = 62;
 
 constexpr std::string_view kStyles = R"(<style>
 text { font: 13px sans-serif; fill: #222; }
@@ -99,6 +99,13 @@ std::string unsent_row(const PlannedStep& step, double y) {
                    fmt::format("× {}: {}", outcome_word(step.outcome), reason_text(step)));
 }
 
+std::string tail_title(const PlannedStep& step) {
+    const auto seconds = tail_of(step).count();
+    return step.sender == Sender::kTcp
+               ? fmt::format("may leave up to {} s later: it connects first", seconds)
+               : fmt::format("may leave up to {} s later: the report is fetched first", seconds);
+}
+
 std::string step_row(const PlannedStep& step, const TimeAxis& axis, double y) {
     std::string row = text_at(kMargin + 8, y + kBar - 1, "label", step_label(step));
     if (step.outcome != StepOutcome::kSends) return row + unsent_row(step, y);
@@ -106,9 +113,9 @@ std::string step_row(const PlannedStep& step, const TimeAxis& axis, double y) {
     const double end = x_of(in_ms(step.window.latest), axis);
     const std::string window = window_text(step.window);
     row += box(begin, end, y, bar_kind(step), window);
-    if (has_tail(step)) {
-        const double tail = x_of(in_ms(step.window.latest + kTcpTail), axis);
-        row += box(end, tail, y, "tail", "an exchange by TCP takes up to 2 s more");
+    if (const auto longest = tail_of(step); longest.count() > 0) {
+        const double tail = x_of(in_ms(step.window.latest + longest), axis);
+        row += box(end, tail, y, "tail", tail_title(step));
     }
     return row;
 }
@@ -131,12 +138,13 @@ double height_of(const PlannedEvent& event) {
     return kHeader + kRow * static_cast<double>(event.steps.size()) + kAxis;
 }
 
-std::string event_panel(const PlannedEvent& event, double top) {
+std::string event_panel(const PlannedEvent& event, LookedUpBy by, double top) {
     std::string panel = text_at(kMargin, top + 22, "event", event.name);
     const double rows_top = top + kHeader;
     if (!event.start) {
-        return panel + text_at(kMargin + 8, rows_top + kBar, "lost",
-                               fmt::format("not run: {}", outcome_text(event)));
+        const bool refused = event.outcome == EventOutcome::kRefused;
+        return panel + text_at(kMargin + 8, rows_top + kBar, refused ? "skipped" : "lost",
+                               fmt::format("not run: {}", outcome_text(event, by)));
     }
     const TimeAxis axis = time_axis(drawing_end_ms(event), 10);
     const double bottom = rows_top + kRow * static_cast<double>(event.steps.size());
@@ -153,12 +161,13 @@ std::string legend(double top) {
     const double y = top + 10;
     const double baseline = y + kBar - 1;
     return box(kMargin, kMargin + 24, y, "udp", "UDP") +
-           text_at(kMargin + 32, baseline, "label", "UDP leaves in this time") +
-           box(240, 264, y, "tcp", "TCP") +
-           text_at(272, baseline, "label", "TCP begins in this time") +
-           box(470, 494, y, "tail", "tail") +
-           text_at(502, baseline, "label", "TCP's time-outs, 2 s at most") +
-           text_at(720, baseline, "label", "0 is the trigger");
+           text_at(kMargin + 32, baseline, "label", "UDP begins in this time") +
+           box(220, 244, y, "tcp", "TCP") +
+           text_at(252, baseline, "label", "TCP begins in this time") +
+           box(424, 448, y, "tail", "tail") +
+           text_at(456, baseline, "label",
+                   "may leave so late: TCP connects for 2 s, a report takes 6 s at most") +
+           text_at(kMargin, baseline + kRow, "label", "0 is the trigger");
 }
 
 std::string voided_panel(const VoidingLine& voided) {
@@ -177,7 +186,7 @@ std::string plan_svg(const Plan& plan) {
         top += kHeader;
     }
     for (const PlannedEvent& event : plan.events) {
-        body += event_panel(event, top);
+        body += event_panel(event, looked_up_by(plan.world), top);
         top += height_of(event);
     }
     return fmt::format(

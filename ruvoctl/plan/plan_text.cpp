@@ -1,11 +1,14 @@
 #include "ruvoctl/plan/plan_text.h"
 
 #include "core/text_cut.h"
-#include "ruvoctl/output/printable.h"
+#include "execution/outgoing.h"
 #include "ruvoctl/output/hex_dump.h"
+#include "ruvoctl/output/printable.h"
 #include "ruvoctl/plan/plan_words.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace ruvo::ctl {
 namespace {
@@ -22,6 +25,11 @@ std::string note(const Style& style, Role role, std::string_view text) {
     return fmt::format("{}{}\n", kMargin, style.paint(role, text));
 }
 
+// A carriage return and blanks behind a port or a protocol change nothing.
+std::string_view without_line_end(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(" \t\r") + 1);
+}
+
 std::string address_note(const PlannedStep& step, const Style& style) {
     if (step.configured_ip.empty()) {
         return note(style, Role::kWarning, "it has no address: 0.0.0.0 is this very device");
@@ -31,12 +39,17 @@ std::string address_note(const PlannedStep& step, const Style& style) {
         return note(style, Role::kWarning,
                     fmt::format("\"{}\" is no address: 0.0.0.0 is this very device", configured));
     }
+    if (step.configured_ip == "0.0.0.0") {
+        return note(style, Role::kWarning, "0.0.0.0 is this very device");
+    }
     if (step.destination.ip == step.configured_ip) return {};
     return note(style, Role::kWarning, fmt::format("configured address \"{}\"", configured));
 }
 
 std::string port_note(const PlannedStep& step, const Style& style) {
-    if (fmt::format("{}", step.destination.port) == step.configured_port) return {};
+    if (fmt::format("{}", step.destination.port) == without_line_end(step.configured_port)) {
+        return {};
+    }
     const std::string configured =
         step.configured_port.empty()
             ? "it has no port: that"
@@ -48,7 +61,8 @@ std::string port_note(const PlannedStep& step, const Style& style) {
 // What was configured, where the socket sees something else.
 std::string configured_notes(const PlannedStep& step, const Style& style) {
     std::string notes = address_note(step, style) + port_note(step, style);
-    if (step.protocol != "UDP" && step.protocol != "TCP") {
+    const std::string_view protocol = without_line_end(step.protocol);
+    if (protocol != "UDP" && protocol != "TCP") {
         notes += note(style, Role::kFaint,
                       fmt::format("configured protocol \"{}\"", text_of(step.protocol)));
     }
@@ -70,28 +84,47 @@ std::string macro_source_text(MacroSource source) {
     return "unknown: it vanishes";
 }
 
+// Without the device's report it can't be said that there is no such item.
+std::string undecided_macro_note(const PlannedMacro& macro, const Style& style) {
+    return note(style, Role::kWarning,
+                fmt::format("{{{{{}}}}}: no built-in: vanishes unless the device reports an item "
+                            "of this name; give --status",
+                            text_of(macro.name)));
+}
+
+bool is_undecided(const PlannedMacro& macro) {
+    return macro.value.source == MacroSource::kUnknown && !macro.report_given;
+}
+
+std::string macro_note(const PlannedMacro& macro, const Style& style) {
+    if (is_undecided(macro)) return undecided_macro_note(macro, style);
+    const bool known = macro.value.source != MacroSource::kUnknown;
+    return note(style, known ? Role::kInformation : Role::kWarning,
+                fmt::format("{{{{{}}}}} = \"{}\" ({})", text_of(macro.name),
+                            printable(macro.value.text), macro_source_text(macro.value.source)));
+}
+
 std::string macro_notes(const PlannedStep& step, const Style& style) {
     std::string notes;
-    for (const PlannedMacro& macro : step.macros) {
-        const bool known = macro.value.source != MacroSource::kUnknown;
-        notes +=
-            note(style, known ? Role::kInformation : Role::kWarning,
-                 fmt::format("{{{{{}}}}} = \"{}\" ({})", text_of(macro.name),
-                             printable(macro.value.text), macro_source_text(macro.value.source)));
+    for (const PlannedMacro& macro : step.macros) notes += macro_note(macro, style);
+    // A status variant's bytes hold no macro.
+    if (!sends_report(step.sender) &&
+        std::any_of(step.macros.begin(), step.macros.end(), is_undecided)) {
+        notes += note(style, Role::kWarning, "the bytes are those without such items");
     }
     return notes;
 }
 
 std::string cut_notes(const PlannedStep& step, const Style& style) {
     if (step.cut_bytes == 0) return {};
-    if (step.sender == Sender::kUdpStatus || step.sender == Sender::kTcpStatus) {
+    if (sends_report(step.sender)) {
         return note(style, Role::kWarning,
                     fmt::format("its data ({}) does not leave: the report goes in its place",
                                 counted(step.cut_bytes, "byte")));
     }
     std::string notes;
     const std::size_t before_zero = until_zero(step.expanded).size();
-    if (before_zero < step.expanded.size()) {
+    if (step.expanded.size() - before_zero > step.line_end_zeros) {
         notes += note(style, Role::kWarning,
                       fmt::format("the zero byte at {} ends the data: {} lost", before_zero,
                                   counted(step.expanded.size() - before_zero, "byte")));
@@ -105,6 +138,12 @@ std::string cut_notes(const PlannedStep& step, const Style& style) {
     return notes;
 }
 
+std::string report_note(const PlannedStep& step, const Style& style) {
+    if (!sends_report(step.sender)) return {};
+    return note(style, Role::kFaint,
+                "what one receive returns of the report: a long one may be cut");
+}
+
 std::string data_text(const PlannedStep& step, const Style& style) {
     if (!step.data) {
         return note(style, Role::kFaint,
@@ -115,7 +154,7 @@ std::string data_text(const PlannedStep& step, const Style& style) {
         return note(style, Role::kFaint,
                     tcp ? "no data: a connection without a byte" : "no data: an empty datagram");
     }
-    return hex_dump(*step.data, kMargin);
+    return hex_dump(*step.data, kMargin) + report_note(step, style);
 }
 
 std::string what_and_where(const PlannedStep& step) {
@@ -142,9 +181,18 @@ std::string step_text(const PlannedStep& step, const Style& style) {
            cut_notes(step, style);
 }
 
-std::string event_header(const PlannedEvent& event, bool test, const Style& style) {
+std::string window_note(const PlannedEvent& event, const Style& style) {
+    if (event.power_on_window_certain) return {};
+    return "  " +
+           style.paint(Role::kWarning,
+                       "not certain: it runs within 2 s of the end of the power-on window, and the "
+                       "daemon measures the uptime once a second") +
+           "\n";
+}
+
+std::string event_header(const PlannedEvent& event, LookedUpBy by, const Style& style) {
     std::string header = style.paint(Role::kStrong, text_of(event.name));
-    if (!test && event.trigger != event.name) {
+    if (by == LookedUpBy::kTrigger && event.trigger != event.name) {
         header += fmt::format(" (triggered as \"{}\")", text_of(event.trigger));
     }
     if (event.start) {
@@ -152,14 +200,15 @@ std::string event_header(const PlannedEvent& event, bool test, const Style& styl
     } else {
         const bool refused = event.outcome == EventOutcome::kRefused;
         header += ": " + style.paint(refused ? Role::kWarning : Role::kError, "not run") + ", " +
-                  outcome_text(event);
+                  outcome_text(event, by);
     }
     return fmt::format("{}\n  line {}, delay {} s, {}\n", header, event.line, event.delay_s,
-                       counted(event.step_count, "step"));
+                       counted(event.step_count, "step")) +
+           window_note(event, style);
 }
 
-std::string event_text(const PlannedEvent& event, bool test, const Style& style) {
-    std::string text = event_header(event, test, style);
+std::string event_text(const PlannedEvent& event, LookedUpBy by, const Style& style) {
+    std::string text = event_header(event, by, style);
     for (const PlannedStep& step : event.steps) text += step_text(step, style);
     return text;
 }
@@ -211,7 +260,7 @@ std::string summary_text(const Plan& plan, const Style& style) {
 std::string plan_text(const Plan& plan, std::string_view file, const Style& style) {
     std::string text = plan_preface(plan, file, style);
     for (const PlannedEvent& event : plan.events) {
-        text += event_text(event, plan.world.test, style) + "\n";
+        text += event_text(event, looked_up_by(plan.world), style) + "\n";
     }
     return text + summary_text(plan, style);
 }

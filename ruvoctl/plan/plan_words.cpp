@@ -6,6 +6,26 @@
 #include <fmt/format.h>
 
 namespace ruvo::ctl {
+namespace {
+
+std::string unreachable_text(const PlannedEvent& event, LookedUpBy by) {
+    const auto& found = event.found_instead;
+    if (found && found->name == event.name) {
+        return fmt::format("an earlier event of this name (line {}) is found in its place",
+                           found->line);
+    }
+    if (found) {
+        return fmt::format(
+            "{} finds the event \"{}\"",
+            by == LookedUpBy::kName ? "its name in a test command" : "its trigger name",
+            printable(found->name, Backslash::kAsItIs));
+    }
+    if (by == LookedUpBy::kName) return "no test command can hold its name";
+    return fmt::format("no client can send the trigger name \"{}\"",
+                       printable(event.trigger, Backslash::kAsItIs));
+}
+
+}  // namespace
 
 std::string_view outcome_word(EventOutcome outcome) {
     switch (outcome) {
@@ -65,8 +85,8 @@ std::string_view sender_word(Sender sender) {
     return {};
 }
 
-std::string_view source_word(MacroSource source) {
-    switch (source) {
+std::string_view source_word(const PlannedMacro& macro) {
+    switch (macro.value.source) {
         case MacroSource::kStatus:
             return "status";
         case MacroSource::kDate:
@@ -76,7 +96,7 @@ std::string_view source_word(MacroSource source) {
         case MacroSource::kUptime:
             return "uptime";
         case MacroSource::kUnknown:
-            return "unknown";
+            return macro.report_given ? "unknown" : "not-given";
     }
     return {};
 }
@@ -147,18 +167,18 @@ std::string reason_text(const PlannedStep& step) {
     return {};
 }
 
-std::string outcome_text(const PlannedEvent& event) {
+LookedUpBy looked_up_by(const World& world) {
+    return world.test ? LookedUpBy::kName : LookedUpBy::kTrigger;
+}
+
+std::string outcome_text(const PlannedEvent& event, LookedUpBy by) {
     switch (event.outcome) {
         case EventOutcome::kStale:
             return "an event that waits 60 s or more is dropped as too old";
         case EventOutcome::kRefused:
             return "events are switched off when it is triggered";
         case EventOutcome::kUnreachable:
-            return event.found_instead
-                       ? fmt::format("its trigger name finds the event \"{}\"",
-                                     printable(*event.found_instead, Backslash::kAsItIs))
-                       : fmt::format("no client can send the trigger name \"{}\"",
-                                     printable(event.trigger, Backslash::kAsItIs));
+            return unreachable_text(event, by);
         case EventOutcome::kRuns:
             break;
     }

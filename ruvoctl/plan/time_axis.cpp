@@ -25,20 +25,15 @@ TimeAxis time_axis(double end_ms, std::size_t most_ticks) {
 
 std::string tick_text(double ms) {
     if (ms == 0) return "0";
-    return ms < 1000 ? fmt::format("{:g} ms", ms) : fmt::format("{:g} s", ms / 1000);
+    return ms < 1000 ? fmt::format("{} ms", ms) : fmt::format("{} s", ms / 1000);
 }
 
 double drawing_end_ms(const PlannedEvent& event) {
     double end = event.start ? in_ms(event.start->latest) : 0;
     for (const PlannedStep& step : event.steps) {
-        const auto tail = has_tail(step) ? kTcpTail : std::chrono::seconds(0);
-        end = std::max(end, in_ms(step.window.latest + tail));
+        end = std::max(end, in_ms(step.window.latest + tail_of(step)));
     }
     return end;
-}
-
-bool has_tail(const PlannedStep& step) {
-    return step.outcome == StepOutcome::kSends && step.sender != Sender::kUdp;
 }
 
 }  // namespace ruvo::ctl

@@ -24,10 +24,7 @@ TimeAxis time_axis(double end_ms, std::size_t most_ticks);
 std::string tick_text(double ms);
 
 // The last moment of an event that anything is drawn at: the end of its last step's
-// window, TCP's tail included.
+// window, its tail included.
 double drawing_end_ms(const PlannedEvent& event);
-
-// Whether a step's exchange may take longer than its window: all but a plain datagram.
-bool has_tail(const PlannedStep& step);
 
 }  // namespace ruvo::ctl

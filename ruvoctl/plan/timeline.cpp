@@ -13,7 +13,8 @@ namespace ruvo::ctl {
 namespace {
 
 constexpr std::string_view kLegend =
-    "####  leaves in this time   ----  TCP, at most   x  not sent\n";
+    "####  begins in this time   x  not sent\n"
+    "----  may leave so late: TCP connects (2 s), a report is fetched (6 s at most)\n";
 
 // Where the bars stand: behind the labels, as many columns as are left.
 struct Canvas {
@@ -65,8 +66,8 @@ std::string step_row(const PlannedStep& step, const Canvas& canvas, const Style&
     std::string row = row_head(canvas, label_of(step)) + std::string(begin, ' ');
     if (step.outcome != StepOutcome::kSends) return row + unsent_mark(step, begin, canvas, style);
     row += style.paint(Role::kGood, std::string(end - begin, '#'));
-    if (has_tail(step)) {
-        const std::size_t tail = canvas.column(in_ms(step.window.latest + kTcpTail)) + 1;
+    if (const auto longest = tail_of(step); longest.count() > 0) {
+        const std::size_t tail = canvas.column(in_ms(step.window.latest + longest)) + 1;
         row += style.paint(Role::kFaint, std::string(tail - end, '-'));
     }
     return row + "\n";
@@ -88,9 +89,10 @@ std::string axis_rows(const Canvas& canvas) {
            "\n";
 }
 
-std::string event_drawing(const PlannedEvent& event, std::size_t width, const Style& style) {
+std::string event_drawing(const PlannedEvent& event, LookedUpBy by, std::size_t width,
+                          const Style& style) {
     std::string text = style.paint(Role::kStrong, printable(event.name, Backslash::kAsItIs)) + "\n";
-    if (!event.start) return text + fmt::format("  not run: {}\n", outcome_text(event));
+    if (!event.start) return text + fmt::format("  not run: {}\n", outcome_text(event, by));
     const Canvas canvas = canvas_for(event, width);
     for (const PlannedStep& step : event.steps) text += step_row(step, canvas, style);
     return text + axis_rows(canvas);
@@ -101,7 +103,9 @@ std::string event_drawing(const PlannedEvent& event, std::size_t width, const St
 std::string timeline(const Plan& plan, std::size_t width, const Style& style) {
     std::string text;
     for (const PlannedEvent& event : plan.events) {
-        text += event_drawing(event, std::max(width, kNarrowestTimeline), style) + "\n";
+        text += event_drawing(event, looked_up_by(plan.world), std::max(width, kNarrowestTimeline),
+                              style) +
+                "\n";
     }
     return text.empty() ? text : text + std::string(kLegend);
 }

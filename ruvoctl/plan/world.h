@@ -17,6 +17,8 @@ enum class SwitchPosition { kOn, kOffWhenTriggered, kOffBeforeRun };
 // says.
 struct World {
     std::tm local_time{};  // when the event is triggered
+    // As the daemon has last measured it when the event is triggered; it does so once a
+    // second, which leaves it up to 1.3 s behind.
     std::int64_t uptime_s = 3600;
     std::optional<StatusReport> status;
     SwitchPosition switch_position = SwitchPosition::kOn;

@@ -34,7 +34,7 @@ TEST(DecodeVerb, ExplainsMacrosAndEscapes) {
               "macro    {{time}} from byte 1 on becomes the time, as in \"03:18:38\"\n"
               "escape   \\r from byte 9 on leaves as CR, 0D\n"
               "escape   \\n from byte 11 on leaves as LF, 0A\n"
-              "sent     10 bytes leave: {{time}}\\r\\n\n");
+              "sent     it leaves with its macros and escapes replaced\n");
     EXPECT_EQ(result.status, 0);
 }
 
@@ -54,6 +54,58 @@ TEST(DecodeVerb, NamesTheSourceOfEveryMacro) {
                        "nothing when the device reports none\n"),
               std::string::npos)
         << out;
+}
+
+TEST(DecodeVerb, DataWithMacrosIsNotCounted) {
+    const struct {
+        const char* value;
+        const char* sent;
+        const char* why;
+    } cases[] = {
+        {"417B7B747D7D", "it leaves with its macros replaced", "a macro"},
+        {"417B7B747D7D0042", "what stands before the zero byte leaves with its macros replaced",
+         "a zero byte behind it"},
+        {"417B7B74007D7D", "it leaves with its macros replaced", "a zero byte in its name"},
+        {"41007B7B747D7D", "1 byte leaves: A", "a zero byte in front of it"},
+        {"417B7B74", "all 4 bytes leave as they are", "a macro that is not closed"},
+    };
+    for (const auto& c : cases) {
+        const std::string out = run_codec({"decode", c.value}).out;
+        EXPECT_NE(out.find(std::string("sent     ") + c.sent + "\n"), std::string::npos)
+            << c.why << out;
+    }
+}
+
+TEST(DecodeVerb, TellsOfALineThatTheDaemonCuts) {
+    const std::string hex(2047 - std::string("LampData0=").size(), '4');
+    const std::string cut =
+        "a line of 2048 characters: the daemon cuts it behind 2047 and reads the rest as another "
+        "line";
+    const struct {
+        std::string input;
+        std::size_t bytes;
+        bool is_cut;
+        const char* why;
+    } cases[] = {
+        {"LampData0=" + hex + "\n", 1019, false, "the longest line"},
+        {"LampData0=" + hex + "4\n", 1019, true, "a longer one"},
+        {std::string(2048, '4'), 1024, true, "a value alone"},
+    };
+    for (const auto& c : cases) {
+        const StandardInput input(c.input);
+        const VerbResult result = run_codec({"decode", "-"});
+        EXPECT_EQ(result.out.find("cut      " + cut + "\n") != std::string::npos, c.is_cut)
+            << c.why;
+        EXPECT_NE(result.out.find("bytes    " + std::to_string(c.bytes) + "\n"), std::string::npos)
+            << c.why;
+        EXPECT_EQ(result.status, 3) << "too long for a sender, too: " << c.why;
+    }
+    EXPECT_EQ(
+        run_codec({"decode", "--notation", "spaced", std::string(2048, '4')}).talk.substr(0, 30),
+        "ruvoctl: " + cut.substr(0, 21));
+    const auto document =
+        nlohmann::ordered_json::parse(run_codec({"decode", "--json", std::string(2048, '4')}).out);
+    EXPECT_EQ(document["notes"].dump(), R"([{"column":2048,"text":")" + cut + R"("}])");
 }
 
 TEST(DecodeVerb, TellsWhatTheChecksFind) {
@@ -103,7 +155,7 @@ TEST(DecodeVerb, PrintsOneFormAloneWhenItIsAskedFor) {
         EXPECT_EQ(result.status, 3);
         EXPECT_EQ(result.talk,
                   "column 5: error[data-zero-byte]: byte 3 of 3 is zero\n"
-                  "  effect: it and all behind it is lost: 2 of 3 bytes leave\n");
+                  "  effect: it and all behind it is lost: 2 of 3 bytes remain\n");
     }
 }
 
@@ -144,7 +196,7 @@ TEST(DecodeVerb, JsonHoldsAllMembers) {
     EXPECT_EQ(document.dump(),
               R"({"format":"ruvoctl.decode","version":1,"key":null,"value":"7B7B747D7D5C6E",)"
               R"("bytes":{"hex":"7B7B747D7D5C6E","text":"{{t}}\\\\n"},)"
-              R"("sent":{"hex":"7B7B747D7D0A","text":"{{t}}\\n"},"macros":["t"]})");
+              R"("sent":{"hex":"7B7B747D7D0A","text":"{{t}}\\n"},"macros":["t"],"notes":[]})");
 }
 
 TEST(DecodeVerb, JsonHoldsTheDiagnosticsWithTheCorrectedValue) {

@@ -46,6 +46,28 @@ TEST(EncodeNotation, TakesTheMostLikelyOne) {
         {"81h 01h", Notation::kSeparated, "\x81\x01", "an h behind"},
         {"[81][01]", Notation::kSeparated, "\x81\x01", "brackets"},
         {"{0x81,0x01}", Notation::kSeparated, "\x81\x01", "an array"},
+        {"0x4F0x4E", Notation::kSeparated, "ON", "0x without separators"},
+        {"0x41 0x42 CR", Notation::kSeparated, "AB\r", "a name behind marked numbers"},
+        {"0x41,0x42,CR,LF", Notation::kSeparated, "AB\r\n", "names in a list"},
+        {"STX 0x41 ETX", Notation::kSeparated,
+         "\x02"
+         "A\x03",
+         "names around"},
+        {"0x41 0x42<CR>", Notation::kSeparated, "AB\r", "a name in brackets"},
+        {"81h 01h CR", Notation::kSeparated, "\x81\x01\r", "behind numbers with an h"},
+        {"02 50 4F 4E 03 \\r", Notation::kSeparated, "\x02PON\x03\r", "an escape at the end"},
+        {"02 41 42 <CR><LF>", Notation::kSeparated,
+         "\x02"
+         "AB\r\n",
+         "names at the end"},
+        {"FFh 0FFh", Notation::kSeparated, "\xFF\xFF", "no word begins with a zero"},
+        {"0FFh", Notation::kSeparated, "\xFF", "nor if it is alone"},
+        {" 41", Notation::kHex, "A", "a blank in front"},
+        {"41 ", Notation::kHex, "A", "a blank behind"},
+        {" \"41\" ", Notation::kQuoted, "41", "blanks around quotes"},
+        {" ON ", Notation::kText, " ON ", "blanks around text are text"},
+        {"81 01 4", Notation::kSeparated, "\x81\x01\x04", "a digit alone at the end"},
+        {"10 20 US", Notation::kText, "10 20 US", "a word behind numbers"},
         {"", Notation::kText, "", "nothing"},
         {"POWER ON", Notation::kText, "POWER ON", "text"},
         {"ADD BED", Notation::kText, "ADD BED", "words of hexadecimal letters"},
@@ -125,6 +147,12 @@ TEST(EncodeNotation, IsTakenWhenItIsAskedFor) {
         {"", Notation::kHex, "", "no digits"},
         {"a\\r<CR>\\q", Notation::kRaw, "a\\r<CR>\\q", "nothing has a meaning"},
         {"81 01", Notation::kRaw, "81 01", "numbers neither"},
+        {" 41 ", Notation::kRaw, " 41 ", "nor the blanks around"},
+        {" 41 ", Notation::kText, " 41 ", "text has blanks too"},
+        {"02 41 CR", Notation::kSeparated,
+         "\x02"
+         "A\r",
+         "a name behind numbers without marks"},
         {"PON^M^J", Notation::kCaret, "PON\r\n", "carets"},
         {"^@^[^_^?^m", Notation::kCaret, "\0\x1B\x1F\x7F\r"s,
          "the ends of the range, a small letter"},
@@ -216,8 +244,16 @@ TEST(EncodeNotation, NotesWhatMayHaveBeenMeantOtherwise) {
         {"\\x02ADD", {0}, "digits behind two digits"},
         {"\xC3\xA9\xC3\xA9", {0}, "letters beyond ASCII, told once"},
         {"a\nb\nc", {1}, "line ends within, told once"},
-        {"02 41 42 <CR>", {11}, "numbers, but for the end"},
+        {"02 41 42 <CR>", {}, "numbers and a control character"},
+        {"02 41 42 CRX", {10}, "numbers, but for the end"},
+        {" 41", {0}, "a blank in front that is left out"},
+        {"\t81 01 ", {0}, "blanks around"},
+        {"41 ", {2}, "a blank behind that is left out"},
+        {"ON ", {2}, "a blank behind that stays"},
+        {" 81 1", {4, 0}, "a digit alone"},
+        {"0x1,0x2", {}, "a digit alone behind 0x"},
         {"10 PRINT", {}, "one number in front of text"},
+        {"<STX>ON", {}, "a control character in front of text"},
         {"\"a\" or b", {4}, "quotes that are data"},
         {"\"PON\",FF", {6}, "a number that is a name too"},
     };
@@ -227,6 +263,91 @@ TEST(EncodeNotation, NotesWhatMayHaveBeenMeantOtherwise) {
             positions.push_back(note.position);
         EXPECT_EQ(positions, c.positions) << c.text << ": " << c.why;
     }
+}
+
+struct DoubtCase {
+    std::string text;
+    std::size_t position;
+    const char* why;
+};
+
+TEST(EncodeNotation, TextThatMayBeNumbersIsDoubtful) {
+    const DoubtCase cases[] = {
+        {"81,01,,02", 6, "an empty place"},
+        {"8101040", 6, "an odd number of digits"},
+        {" 8101040 ", 7, "with blanks around"},
+        {"0x810", 4, "one and a half bytes"},
+        {"FFh", 0, "a letter behind digits in capitals"},
+        {"FFh FEh", 0, "two of them"},
+        {"81 01 01;04", 8, "separators that change"},
+        {"0x41 42", 5, "marks that change"},
+        {"8101 04FF", 2, "groups of two bytes"},
+        {"02 50 4F CR", 9, "a name without brackets"},
+        {"02 50 4F\\r", 8, "an escape that nothing separates"},
+        {"81,01,,02 \\r", 6, "an escape behind them"},
+        {"504F4E<CR>", 6, "plain digits and a name"},
+        {"504F4E\\r", 6, "and an escape"},
+        {"PON{CR}", 3, "a name in braces"},
+        {"PON(CR)", 3, "a name in parentheses"},
+    };
+    for (const DoubtCase& c : cases) {
+        const Reading reading = read_as_most_likely(c.text);
+        EXPECT_EQ(reading.notation, Notation::kText) << c.why;
+        EXPECT_EQ(is_doubtful(reading), true) << c.why;
+        for (const Note& note : reading.notes) {
+            if (!note.doubtful) continue;
+            EXPECT_EQ(note.position, c.position) << c.why;
+            EXPECT_TRUE(note.text.starts_with("doubtful: read as text; force it with --notation ("))
+                << note.text;
+        }
+        EXPECT_FALSE(is_doubtful(read_as(Notation::kText, c.text))) << c.why;
+    }
+}
+
+TEST(EncodeNotation, OrdinaryTextIsBeyondDoubt) {
+    const char* const texts[] = {
+        "",
+        "5",
+        "12",
+        "POWER ON",
+        "ABC",
+        "ADD BED",
+        "FADE 10",
+        "A B",
+        "$5",
+        "100%",
+        "%1",
+        "Ah",
+        "Bah",
+        "BAH",
+        "10 PRINT",
+        "INPUT 3",
+        "\\x02ADD",
+        "INPUT[10]",
+        "192.168.1.1",
+        "{{CR}}",
+        "(US)",
+        "f(x)",
+        "{on}",
+        "PON<CR>",
+        "+3",
+        "\"8101040\"",
+        "\"PON{CR}\"",
+        "%1POWR 1",
+        "<STX>ON1\\r",
+        "1234\\r",
+        "FACE<CR>",
+        "A1<CR>",
+        "$0D\\0",
+    };
+    for (const char* const text : texts) {
+        EXPECT_FALSE(is_doubtful(read_as_most_likely(text))) << text;
+    }
+}
+
+TEST(EncodeTerminator, IsNoGuess) {
+    EXPECT_THROW((void)read_terminator("0x0D0"), Misfit);
+    EXPECT_THROW((void)read_terminator("{CR}"), Misfit);
 }
 
 TEST(EncodeTerminator, NeedsNoBrackets) {

@@ -30,7 +30,11 @@ TEST(EncodeVerb, PrintsTheValueAndNothingElse) {
         {{"--", "-x", "--y"}, "2D78202D2D79\n", 0, "text behind --"},
         {{"--", "-"}, "2D\n", 0, "a hyphen behind -- is text"},
         {{"--", "--"}, "2D2D\n", 0, "two hyphens behind -- are text"},
+        {{"A", "--", "-x"}, "41202D78\n", 0, "text behind -- behind text"},
+        {{"A", "B", "--", "-x", "--"}, "412042202D78202D2D\n", 0, "two hyphens the second time"},
+        {{"A", "--cr", "--", "-x"}, "41202D780D\n", 0, "an option between"},
         {{"decode"}, "6465636F6465\n", 0, "a verb's name"},
+        {{"a", "decode"}, "61206465636F6465\n", 0, "a verb's name behind text"},
         {{""}, "\n", 0, "an empty value"},
         {{"--cr", "PON"}, "504F4E0D\n", 0, "a carriage return"},
         {{"PON", "--lf"}, "504F4E0A\n", 0, "an option behind"},
@@ -41,6 +45,11 @@ TEST(EncodeVerb, PrintsTheValueAndNothingElse) {
         {{"--notation", "separated", "A B"}, "0A0B\n", 0, "its short name"},
         {{"--notation", "separated-hex", "A B"}, "0A0B\n", 0, "its whole name"},
         {{"--key", "LampData0", "ON\\r"}, "LampData0=4F4E0D\n", 0, "a settings line"},
+        {{"--key", "LampData127", "A"}, "LampData127=41\n", 0, "the last step there can be"},
+        {{"--key", "LampData128", "A"}, "LampData128=41\n", 3, "one behind it"},
+        {{"8101040"}, "38313031303430\n", 3, "text that may be numbers"},
+        {{"--notation", "text", "8101040"}, "38313031303430\n", 0, "that is meant as text"},
+        {{"PON{CR}"}, "504F4E7B43527D\n", 3, "a control character in braces"},
         {{"81 00 01"}, "810001\n", 3, "a value with a zero byte, printed all the same"},
         {{"--notation", "separated", "81 0G"}, "", 2, "what does not fit"},
         {{"--notation", "txt", "a"}, "", 2, "no such notation"},
@@ -70,6 +79,20 @@ TEST(EncodeVerb, SaysWhatItUnderstoodAndWhatLeaves) {
               "character 4: note: '$0D' stays as it is written; --notation dollar reads it as a "
               "byte\n"
               "all 6 bytes leave as they are\n");
+    EXPECT_EQ(run_codec({"encode", "8101040"}).talk,
+              "read as text: 8101040\n"
+              "character 7: warning: doubtful: read as text; force it with --notation (an odd "
+              "number of hexadecimal digits)\n"
+              "all 7 bytes leave as they are\n");
+    EXPECT_EQ(run_codec({"encode", "T={{time}}"}).talk,
+              "read as text: T={{time}}\n"
+              "it leaves with its macros replaced\n");
+    EXPECT_EQ(
+        run_codec({"encode", "--key", "LampData200", "A1"}).talk,
+        "read as plain hexadecimal: \\xA1\n"
+        "the byte leaves as it is\n"
+        "ruvoctl: --key LampData200: step 200 never takes effect: the last step that an event "
+        "can have is 127\n");
     EXPECT_EQ(run_codec({"encode", "ON\\\\r"}).talk,
               "read as text: ON\\\\r\n"
               "3 bytes leave: ON\\r\n");
@@ -80,7 +103,7 @@ TEST(EncodeVerb, TellsWhatTheChecksFind) {
               "read as separated hexadecimal numbers: \\x81\\x00\\x01\n"
               "1 byte leaves: \\x81\n"
               "column 3: error[data-zero-byte]: byte 2 of 3 is zero\n"
-              "  effect: it and all behind it is lost: 1 of 3 bytes leave\n");
+              "  effect: it and all behind it is lost: 1 of 3 bytes remain\n");
     EXPECT_EQ(run_codec({"encode", std::string(103, 'x')}).status, 0);
     const VerbResult long_text = run_codec({"encode", std::string(104, 'x')});
     EXPECT_EQ(long_text.status, 3);
@@ -158,7 +181,8 @@ TEST(EncodeVerb, JsonHoldsBothReadingsAndAllMembers) {
     EXPECT_EQ(nlohmann::ordered_json::parse(result.out).dump(),
               R"({"format":"ruvoctl.encode","version":1,"notation":"text","key":null,)"
               R"("data":"024F4E5C72","bytes":{"hex":"024F4E5C72","text":"\\x02ON\\\\r"},)"
-              R"("sent":{"hex":"024F4E0D","text":"\\x02ON\\r"},"notes":[],"diagnostics":[]})");
+              R"("sent":{"hex":"024F4E0D","text":"\\x02ON\\r"},"doubtful":false,"notes":[],)"
+              R"("diagnostics":[]})");
 }
 
 TEST(EncodeVerb, JsonHoldsNotesAndDiagnostics) {
@@ -172,7 +196,13 @@ TEST(EncodeVerb, JsonHoldsNotesAndDiagnostics) {
     EXPECT_EQ(document["diagnostics"].dump(),
               R"([{"id":"data-zero-byte","severity":"error","column":7,"end_column":9,)"
               R"("cause":"byte 4 of 4 is zero",)"
-              R"("effect":"it and all behind it is lost: 3 of 4 bytes leave","fix":null}])");
+              R"("effect":"it and all behind it is lost: 3 of 4 bytes remain","fix":[]}])");
+}
+
+TEST(EncodeVerb, JsonSaysWhatIsDoubtful) {
+    const VerbResult result = run_codec({"encode", "--json", "81,01,,02"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(nlohmann::ordered_json::parse(result.out)["doubtful"], true);
 }
 
 }  // namespace

@@ -57,6 +57,30 @@ TEST(SeparatedHex, KnowsTheNumbersOfVendorsManuals) {
         {"{0x81,0x01}", "\x81\x01", "an array"},
         {"{ 0x81, 0x01, }", "\x81\x01", "an array with a last comma"},
         {"[0x81, 0x01]", "\x81\x01", "a list"},
+        {"0x4F0x4E", "ON", "0x needs no separator"},
+        {"0x4F4E0x0D", "ON\r", "nor do long numbers"},
+        {"0x4F0X4E0x40", "ON@", "the zero of the next 0x is no digit"},
+        {"&H4F&H4E", "ON", "nor does &H"},
+        {"0FFh", "\xFF", "a zero in front and an h behind"},
+        {"FFh 0FFh", "\xFF\xFF", "in a list"},
+        {"0x41 0x42 CR", "AB\r", "a name"},
+        {"0x41, STX, 0x42",
+         "A\x02"
+         "B",
+         "a name in the middle"},
+        {"$41 LF", "A\n", "a name behind $"},
+        {"[02][41][CR]",
+         "\x02"
+         "A\r",
+         "a name in brackets among brackets"},
+        {"02 41 \\r\\n",
+         "\x02"
+         "A\r\n",
+         "escapes behind numbers"},
+        {"02 41 [CR]",
+         "\x02"
+         "A\r",
+         "a name in brackets behind numbers"},
     };
     for (const Case& c : cases) {
         const auto bytes = separated_hex(c.text);
@@ -100,6 +124,13 @@ TEST(SeparatedHex, LeavesOrdinaryTextAlone) {
         {"FFh", "letters alone"},
         {"Bah", "a word"},
         {"0FF", "a zero in front and no h"},
+        {"02 41 CR", "a word behind numbers"},
+        {"02 41\\r", "an escape that nothing separates"},
+        {"CR LF", "names alone"},
+        {"\\x02 CR", "an escape and a word"},
+        {"\\x02\\r", "escapes of text"},
+        {"0x4F0x", "a mark without a number behind it"},
+        {"0x0x41", "a mark without a number in front"},
         {"[AB][CD]", "words in brackets"},
         {"[10]", "a number in brackets may be text"},
         {"[CR][LF]", "names"},

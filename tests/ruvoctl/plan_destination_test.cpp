@@ -25,6 +25,11 @@ constexpr Case kCases[] = {
     {Sender::kUdp, "255.255.255.255", 9, true, "broadcasting must be asked for"},
     {Sender::kUdpStatus, "255.255.255.255", 9, true, "the report too"},
     {Sender::kTcp, "255.255.255.255", 9, true, "no connection to everybody"},
+    {Sender::kUdp, "127.255.255.255", 9, true, "the loopback network's broadcast"},
+    {Sender::kUdpStatus, "127.255.255.255", 9, true, "the report too"},
+    {Sender::kTcp, "127.255.255.255", 9, true, "no connection to all of a network"},
+    {Sender::kUdp, "127.255.255.254", 9, false, "the last host of that network"},
+    {Sender::kTcp, "127.255.255.254", 9, false, "by either protocol"},
     {Sender::kTcp, "224.0.0.1", 9, true, "nor to a group"},
     {Sender::kTcpStatus, "239.255.255.250", 9, true, "nor to another"},
     {Sender::kTcp, "223.255.255.255", 9, false, "below the groups"},
@@ -63,7 +68,7 @@ TEST(AlwaysRefused, TheSystemReallyRefusesThem) {
         EXPECT_TRUE(error == EINVAL || error == EACCES || error == ENETUNREACH)
             << c.why << ": " << error;
     }
-    EXPECT_EQ(tried, 6);
+    EXPECT_EQ(tried, 9);
 }
 
 }  // namespace

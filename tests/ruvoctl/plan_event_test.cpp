@@ -192,6 +192,30 @@ TEST(PlanEvent, MacrosAreNamedWithTheirValueAndSource) {
     }
 }
 
+TEST(PlanEvent, WithoutAReportAMacroMayBeAnItemOfIt) {
+    const std::string settings = step_with_data("7B7B6E6F7D7D");
+    EXPECT_FALSE(step_of(settings).macros.at(0).report_given);
+    World given = world();
+    given.status = status_report("");
+    EXPECT_TRUE(step_of(settings, given).macros.at(0).report_given);
+}
+
+TEST(PlanEvent, ZerosOfTheLineEndAreCounted) {
+    struct Case {
+        const char* data;
+        std::size_t zeros;
+        const char* why;
+    };
+    constexpr Case kCases[] = {
+        {"4142", 0, "no line end"},       {"4142\r", 1, "a carriage return"},
+        {"4142 \t\r", 2, "with blanks"},  {"414200\r", 1, "behind a zero byte"},
+        {"414\r", 0, "the lone digit's"}, {"\r", 1, "alone"},
+    };
+    for (const Case& c : kCases) {
+        EXPECT_EQ(step_of(step_with_data(c.data)).line_end_zeros, c.zeros) << c.why;
+    }
+}
+
 TEST(PlanEvent, AMacroThatIsNotClosedStaysAsItIs) {
     const PlannedStep step = step_of(step_with_data("7B7B74696D65"));
     EXPECT_EQ(step.data, "{{time");
@@ -334,6 +358,51 @@ TEST(PlanEvent, DisplayEventsAreSkippedInThePowerOnWindow) {
     }
 }
 
+TEST(PlanEvent, TheEndOfThePowerOnWindowIsNotCertain) {
+    struct Case {
+        std::int64_t uptime_s;
+        const char* delay;
+        bool certain;
+        const char* why;
+    };
+    constexpr Case kCases[] = {
+        {117, "0", true, "more than 2 s before"},  {118, "0", false, "2 s before"},
+        {122, "0", false, "2 s behind"},           {123, "0", true, "more than that"},
+        {100, "20", false, "when the event runs"}, {120, "20", true, "when it is only triggered"},
+    };
+    for (const Case& c : kCases) {
+        World given = world();
+        given.uptime_s = c.uptime_s;
+        const std::string delay = "dviConnectedDelay="s + c.delay + "\n";
+        EXPECT_EQ(event_of(kDisplaySettings + delay, given, "dviConnected").power_on_window_certain,
+                  c.certain)
+            << c.why;
+        given.test = true;
+        EXPECT_TRUE(
+            event_of(kDisplaySettings + delay, given, "dviConnected").power_on_window_certain);
+    }
+    World given = world();
+    given.uptime_s = 120;
+    EXPECT_TRUE(event_of(step_with_data("41"), given).power_on_window_certain)
+        << "the window is nothing to other events";
+}
+
+TEST(PlanEvent, ATailIsWhatConnectingAndFetchingTake) {
+    struct Case {
+        const char* protocol;
+        std::chrono::seconds tail;
+    };
+    constexpr Case kCases[] = {
+        {"UDP", 0s}, {"TCP", 2s}, {"UDPStatus", 6s}, {"TCPStatus", 8s}, {"tcp", 0s}};
+    for (const Case& c : kCases) {
+        const std::string settings =
+            "ECount=1\nEIP0=10.1.2.3\nEPort0=9\nEProtocol0="s + c.protocol + "\n";
+        EXPECT_EQ(tail_of(step_of(settings)), c.tail) << c.protocol;
+    }
+    EXPECT_EQ(tail_of(step_of("ECount=1\nEIP0=224.0.0.1\nEPort0=9\nEProtocol0=TCP\n")), 0s)
+        << "nothing is sent";
+}
+
 TEST(PlanEvent, OtherEventsRunInThePowerOnWindow) {
     World given = world();
     given.uptime_s = 5;
@@ -393,7 +462,9 @@ TEST(PlanEvent, OfTwoEventsWithOneTriggerTheSecondIsUnreachable) {
     EXPECT_EQ(plan.events[0].outcome, EventOutcome::kRuns);
     EXPECT_EQ(plan.events[0].line, 1U);
     EXPECT_EQ(plan.events[1].outcome, EventOutcome::kUnreachable);
-    EXPECT_EQ(plan.events[1].found_instead, "A");
+    ASSERT_TRUE(plan.events[1].found_instead.has_value());
+    EXPECT_EQ(plan.events[1].found_instead->name, "A");
+    EXPECT_EQ(plan.events[1].found_instead->line, 1U);
     EXPECT_TRUE(plan.events[1].steps.empty());
     EXPECT_EQ(plan.events[2].outcome, EventOutcome::kUnreachable);
     EXPECT_EQ(plan.events[2].line, 5U);
@@ -447,11 +518,11 @@ TEST(PlanEvent, AMalformedIndexVoidsTheFile) {
         const char* cause;
     };
     constexpr Case kCases[] = {
-        {"#\nEData[0]=41\nECount=1\nEIPx=1\n", 2, 1,
+        {"#\nEData[0]=41\nECount=1\nEIPx=1\n", 2, 6,
          "\"[0]\" behind EData stands where an index is expected and is no number"},
-        {"ECount=1\n#\nECountX=1\n", 3, 1,
+        {"ECount=1\n#\nECountX=1\n", 3, 7,
          "\"X\" behind ECount stands where an index is expected and is no number"},
-        {"ECount=1\nEIP99999999999999999999=1\n", 2, 1,
+        {"ECount=1\nEIP99999999999999999999=1\n", 2, 4,
          "the index \"99999999999999999999\" behind EIP is too large a number"},
     };
     for (const Case& c : kCases) {
@@ -510,6 +581,8 @@ TEST(PlanEvent, AnEventIsSwitchedOffByItsCount) {
     };
     for (const Case& c : kCases) {
         EXPECT_EQ(is_switched_off(read_source(c.settings), world(), c.name), c.expected) << c.why;
+        EXPECT_EQ(switching_count(read_source(c.settings), world(), c.name).has_value(),
+                  c.expected);
     }
 }
 

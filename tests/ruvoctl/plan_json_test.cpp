@@ -4,8 +4,8 @@
 #include "ruvoctl/plan/plan_event.h"
 #include "ruvoctl/status_report.h"
 
-#include <nlohmann/json.hpp>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <string>
 
@@ -61,6 +61,8 @@ TEST(PlanJson, IsTheWholeDocument) {
       "delay_s": 1,
       "outcome": "runs",
       "found_instead": null,
+      "found_line": null,
+      "power_on_window_certain": true,
       "earliest_ms": 1000.0,
       "latest_ms": 1250.0,
       "step_count": 2,
@@ -82,6 +84,7 @@ TEST(PlanJson, IsTheWholeDocument) {
           "due_ms": 250.0,
           "earliest_ms": 1250.0,
           "latest_ms": 1500.0,
+          "tail_ms": 0,
           "data": {
             "hex": "413D30333A31383A33380D",
             "text": "A=03:18:38\\r"
@@ -123,6 +126,7 @@ TEST(PlanJson, IsTheWholeDocument) {
           "due_ms": 200.0,
           "earliest_ms": 1200.0,
           "latest_ms": 1450.0,
+          "tail_ms": 0,
           "data": {
             "hex": "",
             "text": ""
@@ -156,7 +160,7 @@ TEST(PlanJson, NamesTheLineThatVoidsTheFile) {
     const Json document = plan_json(plan, "-");
     EXPECT_EQ(document["file"], "-");
     EXPECT_EQ(document["void"].dump(),
-              R"({"line":3,"column":1,"cause":"\"[0]\" behind EIP stands where an index is )"
+              R"({"line":3,"column":4,"cause":"\"[0]\" behind EIP stands where an index is )"
               R"(expected and is no number"})");
     EXPECT_EQ(document["events"].dump(), "[]");
 }
@@ -192,11 +196,11 @@ TEST(PlanJson, AnEventThatDoesNotRunHasNoTimes) {
         plan_all(read_source("ACount=3\nADelay=60\nBCount=1\nBXMLfield=A\n"), world());
     EXPECT_EQ(plan_json(plan, "f")["events"].dump(),
               R"([{"name":"A","trigger":"A","line":1,"delay_s":60,"outcome":"stale",)"
-              R"("found_instead":null,"earliest_ms":null,"latest_ms":null,"step_count":3,)"
-              R"("steps":[]},)"
+              R"("found_instead":null,"found_line":null,"power_on_window_certain":true,)"
+              R"("earliest_ms":null,"latest_ms":null,"step_count":3,"steps":[]},)"
               R"({"name":"B","trigger":"A","line":3,"delay_s":0,"outcome":"unreachable",)"
-              R"("found_instead":"A","earliest_ms":null,"latest_ms":null,"step_count":1,)"
-              R"("steps":[]}])");
+              R"("found_instead":"A","found_line":1,"power_on_window_certain":true,)"
+              R"("earliest_ms":null,"latest_ms":null,"step_count":1,"steps":[]}])");
 }
 
 TEST(PlanJson, AnUnknownReportIsNull) {
@@ -204,7 +208,25 @@ TEST(PlanJson, AnUnknownReportIsNull) {
         plan_all(read_source("ECount=1\nEProtocol0=TCPStatus\nEIP0=10.1.2.3\n"), world());
     const Json step = plan_json(plan, "f")["events"][0]["steps"][0];
     EXPECT_EQ(step["sender"], "tcp-status");
+    EXPECT_EQ(step["tail_ms"], 8000);
     EXPECT_TRUE(step["data"].is_null());
+}
+
+TEST(PlanJson, AMacroThatTheReportDecidesIsNotGiven) {
+    const SettingsSource source = read_source("ECount=1\nEData0=7B7B6E6F7D7D\n");
+    World given = world();
+    const auto macro = [&] {
+        return plan_json(plan_all(source, given), "f")["events"][0]["steps"][0]["macros"][0].dump();
+    };
+    EXPECT_EQ(macro(), R"({"name":"no","value":{"hex":"","text":""},"source":"not-given"})");
+    given.status = status_report("");
+    EXPECT_EQ(macro(), R"({"name":"no","value":{"hex":"","text":""},"source":"unknown"})");
+}
+
+TEST(PlanJson, NamesAreADocumentOfTheirOwn) {
+    EXPECT_EQ(names_json({"PowerOn", "Light\r", ""}, "ruvo.txt").dump(),
+              R"({"format":"ruvoctl.names","version":1,"file":"ruvo.txt",)"
+              R"("names":["PowerOn","Light\\r",""]})");
 }
 
 TEST(PlanJson, NamesAreFitForATerminal) {

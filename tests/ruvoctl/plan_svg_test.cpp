@@ -46,7 +46,36 @@ TEST(PlanSvg, DrawsAWindowAndATail) {
 TEST(PlanSvg, NamesWhatIsNotSent) {
     const std::string svg = svg_of("ECount=1\nEProtocol0=udp\nFCount=1\nFDelay=60\n");
     EXPECT_EQ(count(svg, "× lost: the protocol &quot;udp&quot; holds neither UDP nor TCP"), 1U);
-    EXPECT_EQ(count(svg, "not run: an event that waits 60 s or more"), 1U);
+    EXPECT_EQ(count(svg, "class=\"lost\" x=\"24.0\" y=\"152.0\">not run: an event that waits"), 1U)
+        << svg;
+}
+
+TEST(PlanSvg, AnEventThatIsRefusedIsNotPaintedAsLost) {
+    World world;
+    world.switch_position = SwitchPosition::kOffWhenTriggered;
+    const std::string svg = plan_svg(plan_all(read_source("ECount=1\n"), world));
+    EXPECT_EQ(
+        count(svg, "class=\"skipped\" x=\"24.0\" y=\"62.0\">not run: events are switched off"), 1U)
+        << svg;
+}
+
+TEST(PlanSvg, ATailSaysWhatTakesSoLong) {
+    const std::string svg = svg_of(
+        "ECount=3\nEProtocol0=TCP\nEIP0=10.1.2.3\nEPort0=80\n"
+        "EProtocol1=UDPStatus\nEIP1=10.1.2.3\nEPort1=80\n"
+        "EProtocol2=TCPStatus\nEIP2=10.1.2.3\nEPort2=80\n");
+    EXPECT_EQ(count(svg, "<title>may leave up to 2 s later: it connects first</title>"), 1U) << svg;
+    EXPECT_EQ(count(svg, "<title>may leave up to 6 s later: the report is fetched first</title>"),
+              1U);
+    EXPECT_EQ(count(svg, "<title>may leave up to 8 s later: the report is fetched first</title>"),
+              1U);
+}
+
+TEST(PlanSvg, AnAxisOfDaysHasPlainNumbers) {
+    const std::string svg =
+        svg_of("ECount=1\nEProtocol0=UDP\nEIP0=10.1.2.3\nEPort0=80\nEDelay0=2000000000\n");
+    EXPECT_EQ(count(svg, ">2000000 s</text>"), 1U) << svg;
+    EXPECT_EQ(count(svg, "e+0"), 0U);
 }
 
 TEST(PlanSvg, TellsOfAVoidFile) {

@@ -45,7 +45,8 @@ TEST(PlanText, TellsAllOfAnEvent) {
       0000  50 4F 57 45 52 20 4F 4E  20 30 33 3A 31 38 3A 33  POWER ON 03:18:3
       0010  38 0D                                             8\r
       {{time}} = "03:18:38" (the clock)
-      {{no}} = "" (unknown: it vanishes)
+      {{no}}: no built-in: vanishes unless the device reports an item of this name; give --status
+      the bytes are those without such items
   step 1    1000 to 1250 ms  TCP to 0.0.0.0:4352
       "projector.local" is no address: 0.0.0.0 is this very device
       the port "4352x" counts as 4352
@@ -125,7 +126,9 @@ TEST(PlanText, ShowsTheReportOfAStatusVariant) {
         plan_all(read_source("ECount=1\nEProtocol0=UDPStatus\nEIP0=10.1.2.3\nEPort0=9\n"), given);
     EXPECT_NE(text_of(plan).find("  step 0    0 to 350 ms  status report by UDP to 10.1.2.3:9\n"
                                  "      configured protocol \"UDPStatus\"\n"
-                                 "      61 3A 31 0D 62 3A 32 0D  a:1\\rb:2\\r\n"),
+                                 "      61 3A 31 0D 62 3A 32 0D  a:1\\rb:2\\r\n"
+                                 "      what one receive returns of the report: a long one may be "
+                                 "cut\n"),
               std::string::npos)
         << text_of(plan);
 }
@@ -142,6 +145,80 @@ TEST(PlanText, TellsWhatDataOverTheLimitLoses) {
         << text_of(plan);
 }
 
+TEST(PlanText, AMacroIsUnknownOnlyToAReport) {
+    const SettingsSource source =
+        read_source("ECount=1\nEProtocol0=UDP\nEIP0=10.1.2.3\nEPort0=9\nEData0=417B7B6E6F7D7D\n");
+    World given = world();
+    given.status = status_report("a:\nb:\nc:\nd:\ne:\nf:\n");
+    const std::string text = text_of(plan_all(source, given));
+    EXPECT_NE(text.find("      41  A\n      {{no}} = \"\" (unknown: it vanishes)\n\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST(PlanText, ALineEndBehindAValueIsNoNews) {
+    struct Case {
+        const char* data;
+        bool noted;
+        const char* why;
+    };
+    constexpr Case kCases[] = {
+        {"4142\r", false, "a carriage return"}, {"4142 \r", false, "and a blank"},
+        {"4142  \r", false, "and two"},         {"414200\r", true, "a zero byte of its own"},
+        {"41  42\r", true, "blanks within"},    {"410042\r", true, "a zero byte within"},
+    };
+    for (const Case& c : kCases) {
+        const std::string text = text_of(plan_all(
+            read_source("ECount=1\r\nEProtocol0=UDP\r\nEIP0=10.1.2.3\nEPort0=5000 \r\nEData0=" +
+                        std::string(c.data) + "\n"),
+            world()));
+        EXPECT_EQ(text.find("zero byte") != std::string::npos, c.noted) << c.why << text;
+        EXPECT_EQ(text.find("counts as"), std::string::npos) << text;
+        EXPECT_EQ(text.find("configured protocol"), std::string::npos) << text;
+    }
+}
+
+TEST(PlanText, ZerosWrittenAsAnAddressAreThisDeviceToo) {
+    const Plan plan =
+        plan_all(read_source("ECount=1\nEProtocol0=UDP\nEIP0=0.0.0.0\nEPort0=9\n"), world());
+    EXPECT_NE(text_of(plan).find("      0.0.0.0 is this very device\n"), std::string::npos);
+}
+
+TEST(PlanText, TellsWhenTheEndOfThePowerOnWindowIsTooNear) {
+    World given = world();
+    given.uptime_s = 119;
+    const std::string text = text_of(plan_all(read_source("DVIConnectedCount=1\n"), given));
+    EXPECT_NE(text.find("  line 1, delay 0 s, 1 step\n"
+                        "  not certain: it runs within 2 s of the end of the power-on window, and "
+                        "the daemon measures the uptime once a second\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST(PlanText, NamesTheEarlierEventOfTheSameName) {
+    World given = world();
+    const SettingsSource twice = read_source("ECount=1\nECount=2\n");
+    EXPECT_NE(text_of(plan_all(twice, given))
+                  .find("E: not run, an earlier event of this name (line 1) is found in its "
+                        "place\n  line 2"),
+              std::string::npos);
+    given.test = true;
+    const std::string text =
+        text_of(plan_all(read_source("ECount=1\nEXMLfield=a\nECount=2\n"), given));
+    EXPECT_NE(text.find("E: not run, an earlier event of this name (line 1) is found in its place"),
+              std::string::npos)
+        << text;
+}
+
+TEST(PlanText, ATestRunSpeaksOfNames) {
+    World given = world();
+    given.test = true;
+    const std::string name(1100, 'x');
+    const std::string text =
+        text_of(plan_all(read_source(name + "Count=1\n" + name + "XMLfield=a\n"), given));
+    EXPECT_NE(text.find("x: not run, no test command can hold its name\n"), std::string::npos);
+}
+
 TEST(PlanText, TellsOfAnEmptyDatagram) {
     const Plan plan =
         plan_all(read_source("ECount=1\nEProtocol0=UDP\nEIP0=10.1.2.3\nEPort0=9\n"), world());
@@ -150,7 +227,7 @@ TEST(PlanText, TellsOfAnEmptyDatagram) {
 
 TEST(PlanText, TellsOfAVoidFile) {
     EXPECT_EQ(text_of(plan_all(read_source("ECount=1\nEData[0]=1\n"), world())),
-              R"(ruvo.txt:2:1: the whole file takes no effect
+              R"(ruvo.txt:2:6: the whole file takes no effect
   "[0]" behind EData stands where an index is expected and is no number
   the daemon keeps the events it had before; after a start it has none
 

@@ -111,6 +111,9 @@ TEST_F(PlanVerb, TheExitStatusSaysWhatIsSent) {
         {{"--disabled=trigger", "PowerOn"}, 4, "refused"},
         {{"--disabled", "run", "PowerOn"}, 4, "skipped"},
         {{"--disabled=run", "Nobody"}, 3, "not found all the same"},
+        {{"--disabled=trigger", "Nobody"}, 4, "nothing is queued whatever the name"},
+        {{"--disabled=trigger", "--trigger-text", "Nobody"}, 4, "nor whatever the text"},
+        {{"--disabled=trigger", "--test", "Nobody"}, 3, "a test run knows no switch"},
         {{"--uptime=120", "DVIConnected"}, 4, "in the power-on window"},
         {{"--uptime=121", "DVIConnected"}, 3, "without a protocol"},
         {{"--test", "Lamp"}, 3, "found by its name, but lost"},
@@ -130,6 +133,13 @@ TEST_F(PlanVerb, WrongUsageIsRefused) {
         {"E", "--trigger-text", "E"},
         {"--all", "--trigger-text", "E"},
         {"--names", "--all"},
+        {"--names", "--timeline"},
+        {"--names", "--format", "svg"},
+        {"--names", "--now", "2026-11-21 03:18:38"},
+        {"--names", "--uptime", "1"},
+        {"--names", "--status", "s"},
+        {"--names", "--disabled", "run"},
+        {"-f", "-", "--status", "-", "E"},
         {"E", "F"},
         {"--test", "--trigger-text", "E"},
         {"--trigger-text", "\\q"},
@@ -168,9 +178,22 @@ TEST_F(PlanVerb, TellsWhatANameThatFindsNothingCauses) {
               "nothing; did you mean \"Light\\r\"?\n");
     EXPECT_EQ(plan({"-f", settings, "Old"}).talk,
               "ruvoctl: the event \"Old\" is switched off by its Count: nothing is sent\n");
+    EXPECT_EQ(plan({"-f", settings, "--disabled=trigger", "--trigger-text", "Light"}).talk,
+              "ruvoctl: no event answers to \"Light\", but events are switched off: the daemon "
+              "replies \"Event Disabled, skip ...\" to any name and queues nothing; did you mean "
+              "\"Light\\r\"?\n");
     EXPECT_EQ(plan({"-f", file("empty", ""), "a\x1B"}).talk,
               "ruvoctl: no event answers to \"a\\x1B\": the daemon echoes the trigger and sends "
               "nothing; the file has no event\n");
+}
+
+TEST_F(PlanVerb, ACountThatOnlyReadsAsZeroIsAFault) {
+    const Result result = plan({"-f", file("ruvo.txt", "ECount=4294967296\n"), "--word=64", "E"});
+    EXPECT_EQ(
+        result.talk,
+        "ruvoctl: the event \"E\" is switched off by its Count, whose \"4294967296\" reads as "
+        "0: nothing is sent\n");
+    EXPECT_EQ(result.status, 3);
 }
 
 TEST_F(PlanVerb, ANameThatCannotBeTypedMayBeGivenAsItIsPrinted) {
@@ -195,6 +218,11 @@ TEST_F(PlanVerb, NamesAreForTheShell) {
     EXPECT_EQ(plan({"-f", settings, "--names"}).output, "PowerOn\nLight\\r\nDVIConnected\n");
     EXPECT_EQ(plan({"-f", settings, "--names", "--test"}).output, "PowerOn\nLamp\nDVIConnected\n");
     EXPECT_EQ(plan({"-f", file("empty-name", "ECount=1\nEXMLfield=\n"), "--names"}).output, "");
+    EXPECT_EQ(plan({"-f", settings, "--names", "--json"}).output,
+              "{\n  \"format\": \"ruvoctl.names\",\n  \"version\": 1,\n  \"file\": \"" + settings +
+                  "\",\n  \"names\": [\n    \"PowerOn\",\n    \"Light\\\\r\",\n    "
+                  "\"DVIConnected\"\n  ]\n}\n");
+    EXPECT_EQ(plan({"-f", "/nowhere/ruvo.txt", "--names", "--json"}).status, kFailed);
     const Result unread = plan({"-f", "/nowhere/ruvo.txt", "--names"});
     EXPECT_EQ(unread.output + unread.talk, "");
     EXPECT_EQ(unread.status, 0);

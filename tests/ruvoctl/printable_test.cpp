@@ -1,7 +1,7 @@
 #include "ruvoctl/output/printable.h"
 
-#include <nlohmann/json.hpp>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <string>
 
@@ -24,6 +24,7 @@ TEST(Printable, NoControlByteReachesATerminal) {
         {"\xff\xc3", "\\xFF\\xC3", "bytes that are no UTF-8"},
         {"\xc3\xa9", "\xc3\xa9", "a letter of two bytes"},
         {"\xc2\x9b", "\\xC2\\x9B", "a control character of two bytes"},
+        {"\xd8\x9c", "\\xD8\\x9C", "a mark that turns letters around"},
         {"\xe2\x80\xae", "\\xE2\\x80\\xAE", "text that would run backwards"},
     };
     for (const Case& c : cases) EXPECT_EQ(printable(c.bytes), c.expected) << c.why;

@@ -117,14 +117,15 @@ def test_the_settings_page_splits_keys_as_they_are_split(folder):
             assert not is_void(f"{name}xCount=1\n{key}=1\n")
 
 
-def plan(event):
-    command = [RUVOCTL, "plan", "--json", "-f", "ruvo.txt", event]
+def plan(event, *options):
+    command = [RUVOCTL, "plan", "--json", "-f", "ruvo.txt", *options, event]
     done = subprocess.run(command, capture_output=True, text=True)
     return json.loads(done.stdout)["events"][0]
 
 
 @pytest.mark.parametrize("line, member, value", [
     ("Port0=70000", "port", 4464), ("Port0= 80x", "port", 80), ("Port0=x", "port", 0),
+    ("Port0=99999999999999999999", "port", 65535),
     ("IP0=10.1.2.3", "ip", "10.1.2.3"), ("IP0=10.1.2.03", "ip", "0.0.0.0"),
     ("IP0=10.1.2.3 ", "ip", "0.0.0.0"),
     ("IP0=10.1.2.3\r", "ip", "0.0.0.0"), ("IP0=host", "ip", "0.0.0.0"),
@@ -136,12 +137,31 @@ def test_destinations_are_read_as_the_settings_page_says(folder, line, member, v
 
 @pytest.mark.parametrize("data, sent", [
     ("48656C6C6F", "48656C6C6F"), ("414", "4104"), ("41 42", "410402"), ("0x41", ""), ("41,42", "41"),
-    ("4142\r", "4142"), ("5C6E5C725C74", "0A0D09"), ("7B7B78", "7B7B78"), ("417B7B6E6F7D7D42", "4142"),
+    (" F-1", "0FFF"), ("4142\r", "4142"), ("5C6E5C725C74", "0A0D09"), ("7B7B78", "7B7B78"), ("417B7B6E6F7D7D42", "4142"),
     ("41" * 104, "41" * 103), ("41004242", "41"),
 ])
 def test_data_is_read_as_the_settings_page_says(folder, data, sent):
     (folder / "ruvo.txt").write_text(f"ECount=1\nEProtocol0=UDP\nEData0={data}\n", newline="")
     assert plan("E")["steps"][0]["data"]["hex"] == sent
+
+
+def test_indices_wrap_as_the_settings_page_says(folder):
+    (folder / "ruvo.txt").write_text("ECount=2\nEProtocol1=UDP\nEData-4294967295=41\nEData-1=42\n")
+    assert [step["data"]["hex"] for step in plan("E")["steps"]] == ["", "41"]
+
+
+@pytest.mark.parametrize("event, outcome", [
+    ("DVIConnected", "skipped"), ("dviDISCONNECTED", "skipped"), ("PowerOn", "sends")])
+def test_the_power_on_window_is_as_the_settings_page_says(folder, event, outcome):
+    (folder / "ruvo.txt").write_text(f"{event}Count=1\n{event}Protocol0=UDP\n{event}Port0=9\n")
+    assert plan(event, "--uptime=100")["steps"][0]["outcome"] == outcome
+    assert plan(event, "--uptime=200")["steps"][0]["outcome"] == "sends"
+
+
+@pytest.mark.parametrize("delay, due", [(0, [0, 0]), (5, [5, 5.1])])
+def test_steps_keep_their_order_as_the_settings_page_says(folder, delay, due):
+    (folder / "ruvo.txt").write_text(f"ECount=2\nEDelay0={delay}\nEDelay1=0\n")
+    assert [step["due_ms"] for step in plan("E")["steps"]] == due
 
 
 @pytest.mark.parametrize("order, due", [((0, 1, 2), [100, 300, 600]), ((2, 1, 0), [100, 200, 300])])

@@ -28,14 +28,15 @@ std::string drawn(const std::string& settings, std::size_t width,
 
 TEST(Timeline, DrawsWindowsTailsAndWhatIsNotSent) {
     EXPECT_EQ(drawn(kSettings, 80), R"(E
-  0 udp 10.1.2.3:9         |               ###
-  1 tcp 10.1.2.3:80        |          ###---------------------
-  2 udp-status 10.1.2.3:80 |                    ###---------------------
-  3 - 0.0.0.0:0            |          x no-protocol
+  0 udp 10.1.2.3:9         |       ##
+  1 tcp 10.1.2.3:80        |     ##----------
+  2 udp-status 10.1.2.3:80 |          ##-------------------------------
+  3 - 0.0.0.0:0            |     x no-protocol
                            |+---------+---------+---------+---------+----------
-                            0         1 s       2 s       3 s       4 s
+                            0         2 s       4 s       6 s       8 s
 
-####  leaves in this time   ----  TCP, at most   x  not sent
+####  begins in this time   x  not sent
+----  may leave so late: TCP connects (2 s), a report is fetched (6 s at most)
 )");
 }
 
@@ -60,7 +61,8 @@ TEST(Timeline, SaysWhyAnEventDoesNotRun) {
               "E\n"
               "  not run: an event that waits 60 s or more is dropped as too old\n"
               "\n"
-              "####  leaves in this time   ----  TCP, at most   x  not sent\n");
+              "####  begins in this time   x  not sent\n"
+              "----  may leave so late: TCP connects (2 s), a report is fetched (6 s at most)\n");
 }
 
 TEST(Timeline, OfNoEventIsEmpty) { EXPECT_EQ(drawn("", 80), ""); }
@@ -89,6 +91,8 @@ TEST(TickText, SaysItsUnit) {
     EXPECT_EQ(tick_text(50), "50 ms");
     EXPECT_EQ(tick_text(1000), "1 s");
     EXPECT_EQ(tick_text(1500), "1.5 s");
+    EXPECT_EQ(tick_text(1e9), "1000000 s");
+    EXPECT_EQ(tick_text(1.2345678e9), "1234567.8 s");
 }
 
 TEST(DrawingEnd, IsThatOfTheLastWindowOrTail) {
@@ -100,7 +104,8 @@ TEST(DrawingEnd, IsThatOfTheLastWindowOrTail) {
     EXPECT_EQ(end_of("ECount=1\n"), 350);
     EXPECT_EQ(end_of(step + "EProtocol0=UDP\n"), 450);
     EXPECT_EQ(end_of(step + "EProtocol0=TCP\n"), 2450);
-    EXPECT_EQ(end_of(step + "EProtocol0=UDPStatus\n"), 2450);
+    EXPECT_EQ(end_of(step + "EProtocol0=UDPStatus\n"), 6450);
+    EXPECT_EQ(end_of(step + "EProtocol0=TCPStatus\n"), 8450);
     EXPECT_EQ(end_of(step + "EProtocol0=tcp\n"), 450);
 }
 
