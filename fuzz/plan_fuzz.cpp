@@ -4,8 +4,8 @@
 #include "ruvoctl/plan/plan_status.h"
 #include "ruvoctl/plan/plan_svg.h"
 #include "ruvoctl/plan/plan_text.h"
-#include "ruvoctl/status_report.h"
 #include "ruvoctl/plan/timeline.h"
+#include "ruvoctl/status_report.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -206,7 +206,7 @@ TEST(DecodeVerb, JsonHoldsTheDiagnosticsWithTheCorrectedValue) {
     EXPECT_EQ(document["diagnostics"].dump(),
               R"([{"id":"hex-separated","severity":"error","column":3,"end_column":4,)"
               R"("cause":"' ' between hexadecimal digits: they are read two characters at a time",)"
-              R"("effect":"what leaves is \"\\x81\"","fix":"8101"}])");
+              R"("effect":"what leaves is \"\\x81\"","fix":["8101"]}])");
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 #include "ruvoctl/check/catalogue.h"
 #include "tests/ruvoctl/checked.h"
 
-#include <nlohmann/json.hpp>
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 namespace ruvo::ctl {
 namespace {
