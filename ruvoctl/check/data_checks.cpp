@@ -7,6 +7,7 @@
 #include "execution/outgoing.h"
 #include "ruvoctl/check/catalogue.h"
 #include "ruvoctl/check/findings.h"
+#include "ruvoctl/check/known_keys.h"
 #include "ruvoctl/codec/misfit.h"
 #include "ruvoctl/codec/notation.h"
 #include "ruvoctl/codec/read_notation.h"
@@ -14,7 +15,6 @@
 #include "ruvoctl/output/printable.h"
 
 #include <fmt/format.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <array>
@@ -43,8 +43,7 @@ std::string_view without_trailing_blanks(std::string_view value) {
 }
 
 bool same_ignoring_case(std::string_view left, std::string_view right) {
-    return left.size() == right.size() &&
-           ::strncasecmp(left.data(), right.data(), left.size()) == 0;
+    return lower_case(left) == lower_case(right);
 }
 
 bool is_built_in_macro(std::string_view name) {
