@@ -7,6 +7,8 @@
 #include "ruvoctl/check/report.h"
 #include "ruvoctl/settings_source.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

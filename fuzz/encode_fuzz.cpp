@@ -10,6 +10,8 @@
 #include "ruvoctl/codec/read_notation.h"
 #include "ruvoctl/output/printable.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -7,6 +7,8 @@
 #include "ruvoctl/plan/timeline.h"
 #include "ruvoctl/status_report.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -20,6 +20,7 @@ Value named_choice(const std::string& option, const std::string& word,
     const auto found = values.find(word);
     if (found != values.end()) return found->second;
     std::vector<std::string> names;
+    names.reserve(values.size());
     for (const auto& [name, value] : values) names.push_back(name);
     const std::string nearest = nearest_word(word, names);
     throw CLI::ValidationError(

@@ -166,7 +166,7 @@ std::string unsent_text(const PlannedStep& step, const Style& style) {
     const bool lost = step.outcome == StepOutcome::kLost;
     const std::string verdict =
         style.paint(lost ? Role::kError : Role::kWarning, lost ? "LOST" : "skipped");
-    const std::string text =
+    std::string text =
         fmt::format("  step {:<3}  {}: {}\n", step.index, verdict, reason_text(step));
     if (step.sender == Sender::kNone) return text;
     return text + note(style, Role::kFaint, "it would be " + what_and_where(step)) +
