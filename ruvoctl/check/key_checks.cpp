@@ -7,7 +7,6 @@
 #include "settings/split_key.h"
 
 #include <fmt/format.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <cerrno>

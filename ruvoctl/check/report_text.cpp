@@ -1,6 +1,7 @@
 #include "ruvoctl/check/catalogue.h"
 #include "ruvoctl/check/corrected_copy.h"
 #include "ruvoctl/check/report.h"
+#include "ruvoctl/check/severity_role.h"
 #include "ruvoctl/output/printable.h"
 
 #include <fmt/format.h>
@@ -9,20 +10,6 @@
 
 namespace ruvo::ctl {
 namespace {
-
-Role role_of(Severity severity) {
-    switch (severity) {
-        case Severity::kFatal:
-            return Role::kFatal;
-        case Severity::kError:
-            return Role::kError;
-        case Severity::kWarning:
-            return Role::kWarning;
-        case Severity::kInformation:
-            break;
-    }
-    return Role::kInformation;
-}
 
 std::string diagnostic_text(const CheckedFile& file, const Diagnostic& diagnostic,
                             const Style& style) {

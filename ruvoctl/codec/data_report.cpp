@@ -5,6 +5,7 @@
 #include "events/hex_to_bytes.h"
 #include "events/unescape_data.h"
 #include "execution/outgoing.h"
+#include "ruvoctl/check/severity_role.h"
 #include "ruvoctl/exit_status.h"
 #include "ruvoctl/output/printable.h"
 
@@ -16,20 +17,6 @@
 
 namespace ruvo::ctl {
 namespace {
-
-Role role_of(Severity severity) {
-    switch (severity) {
-        case Severity::kFatal:
-            return Role::kFatal;
-        case Severity::kError:
-            return Role::kError;
-        case Severity::kWarning:
-            return Role::kWarning;
-        case Severity::kInformation:
-            break;
-    }
-    return Role::kInformation;
-}
 
 std::string shown(std::string_view text) { return printable(text, Backslash::kAsItIs); }
 
