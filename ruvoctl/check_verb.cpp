@@ -188,49 +188,44 @@ int run_check(CheckArguments& arguments) {
     return complete ? status_of(files, arguments.strict) : kFailed;
 }
 
-void add_options(CLI::App& verb, CheckArguments& arguments) {
-    verb.add_option("FILE", arguments.files, "Settings files; - reads standard input");
+void add_options(Verb& verb, CheckArguments& arguments) {
+    verb.add_list("FILE", arguments.files, "Settings files; - reads standard input");
     add_file_option(verb, arguments.common);
     add_test_option(verb, arguments.common);
     verb.add_option("--status", arguments.status,
-                    "The device's status report, a line name:value for each item")
-        ->type_name("FILE");
+                    "The device's status report, a line name:value for each item",
+                    {.type_name = "FILE"});
     add_word_option(verb, [&arguments](WordSize word) { arguments.word = word; });
     verb.add_flag("--strict", arguments.strict, "Warnings count as problems, too");
     add_output_options(verb, arguments.common);
-    verb.add_flag("--sarif", arguments.sarif, "Print a SARIF 2.1.0 document")->excludes("--json");
-    verb.add_option("--fix", arguments.fix, "Write a corrected copy there and show the difference")
-        ->type_name("OUTPUT")
-        ->excludes("--json")
-        ->excludes("--sarif");
-    verb.add_option("--address", arguments.addresses,
-                    "In the corrected copy, an address or host name OLD becomes NEW")
-        ->type_name("OLD=NEW")
-        ->allow_extra_args(false)
-        ->check(check_address);
-    verb.add_option("--explain", arguments.explain, "Explain a check and end")->type_name("ID");
+    verb.add_flag("--sarif", arguments.sarif, "Print a SARIF 2.1.0 document",
+                  {.excludes = {"--json"}});
+    verb.add_option("--fix", arguments.fix, "Write a corrected copy there and show the difference",
+                    {.type_name = "OUTPUT", .excludes = {"--json", "--sarif"}});
+    verb.add_list("--address", arguments.addresses,
+                  "In the corrected copy, an address or host name OLD becomes NEW",
+                  {.type_name = "OLD=NEW", .check = check_address});
+    verb.add_option("--explain", arguments.explain, "Explain a check and end", {.type_name = "ID"});
     verb.add_flag("--list-ids", arguments.list_ids, "Print the ids of all checks and end");
 }
 
 }  // namespace
 
-void add_check_verb(CLI::App& app, Run& run) {
-    CLI::App* const verb = app.add_subcommand(
-        "check", "Say what the daemon will do with settings that their author did not mean");
+void declare_check(Verb verb) {
     auto arguments = std::make_shared<CheckArguments>();
-    add_options(*verb, *arguments);
-    verb->footer(kFooter);
-    verb->final_callback([verb, arguments, &run] {
-        if (!arguments->files.empty() && verb->count("--file") > 0) {
-            throw CLI::ValidationError("a file is named with -f or as FILE, not both");
+    add_options(verb, *arguments);
+    verb.set_footer(kFooter);
+    verb.when_chosen([verb, arguments] {
+        if (!arguments->files.empty() && verb.is_given("--file")) {
+            throw UsageError("a file is named with -f or as FILE, not both");
         }
         if (std::count(arguments->files.begin(), arguments->files.end(), "-") > 1) {
-            throw CLI::ValidationError("standard input is read once");
+            throw UsageError("standard input is read once");
         }
         if (!arguments->fix.empty() && arguments->files.size() > 1) {
-            throw CLI::ValidationError("--fix corrects one file at a time");
+            throw UsageError("--fix corrects one file at a time");
         }
-        run = [arguments] { return run_check(*arguments); };
+        return [arguments] { return run_check(*arguments); };
     });
 }
 

@@ -7,9 +7,11 @@
 #include "ruvoctl/verbs.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <string>
 #include <vector>
@@ -68,20 +70,34 @@ void add_help_verb(CLI::App& app, Run& run) {
     });
 }
 
-int report_usage(const CLI::App& app, const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-        return app.exit(error) == 0 ? kAsExpected : kFailed;  // help or version
+void add_verbs(CLI::App& app, Run& run) {
+    struct Entry {
+        const char* name;
+        const char* description;
+        void (*declare)(Verb);
+    };
+    constexpr Entry kVerbs[] = {
+        {"check", "Say what the daemon will do with settings that their author did not mean",
+         declare_check},
+        {"plan", "Say what an event sends, where and when", declare_plan},
+        {"encode", "Turn a command of a vendor's manual into a Data value", declare_encode},
+        {"decode", "Show what a Data value stands for and what of it leaves", declare_decode},
+    };
+    for (const Entry& entry : kVerbs) {
+        entry.declare({*app.add_subcommand(entry.name, entry.description), run});
     }
-    fmt::print(stderr, "ruvoctl: {}\n", printable(error.what(), Backslash::kAsItIs));
+    add_help_verb(app, run);
+}
+
+int report_usage(const CLI::App& app, const char* what) {
+    fmt::print(stderr, "ruvoctl: {}\n", printable(what, Backslash::kAsItIs));
     const auto chosen = app.get_subcommands();
     fmt::print(stderr, "See ruvoctl help{}\n",
                chosen.empty() ? "" : " " + chosen.front()->get_name());
     return kWrongUsage;
 }
 
-}  // namespace
-
-int run_command_line(int argc, char** argv) {
+int run_verb(int argc, char** argv) {
     CLI::App app{"Says exactly what a settings file of ruvotcpd will do, before it does it.",
                  "ruvoctl"};
     Run run;
@@ -89,11 +105,7 @@ int run_command_line(int argc, char** argv) {
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.set_version_flag("--version", fmt::format("ruvoctl {}", kVersion));
     app.require_subcommand(1);
-    add_check_verb(app, run);
-    add_plan_verb(app, run);
-    add_encode_verb(app, run);
-    add_decode_verb(app, run);
-    add_help_verb(app, run);
+    add_verbs(app, run);
 
     // Told before the arguments of a verb that does not exist are looked at.
     if (argc > 1 && argv[1][0] != '-' && find_verb(app, argv[1]) == nullptr) {
@@ -101,10 +113,27 @@ int run_command_line(int argc, char** argv) {
     }
     try {
         app.parse(argc, argv);
+    } catch (const CLI::Success& help_or_version) {
+        return app.exit(help_or_version) == 0 ? kAsExpected : kFailed;
     } catch (const CLI::ParseError& error) {
-        return report_usage(app, error);
+        return report_usage(app, error.what());
+    } catch (const UsageError& error) {
+        return report_usage(app, error.what());
     }
     return run();
+}
+
+}  // namespace
+
+int run_command_line(int argc, char** argv) {
+    try {
+        const int status = run_verb(argc, argv);
+        // A full disk behind standard output is a failure like any other.
+        return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? status : kFailed;
+    } catch (const std::exception& error) {
+        (void)std::fprintf(stderr, "ruvoctl: %s\n", error.what());
+        return kFailed;
+    }
 }
 
 }  // namespace ruvo::ctl

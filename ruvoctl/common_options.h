@@ -2,8 +2,7 @@
 
 #include "core/number_text.h"
 #include "ruvoctl/output/style.h"
-
-#include <CLI/CLI.hpp>
+#include "ruvoctl/verb.h"
 
 #include <functional>
 #include <string>
@@ -19,10 +18,10 @@ struct CommonOptions {
 };
 
 // Declare the options on a verb; the texts and values end up in `options`.
-void add_file_option(CLI::App& verb, CommonOptions& options);
-void add_test_option(CLI::App& verb, CommonOptions& options);
+void add_file_option(Verb& verb, CommonOptions& options);
+void add_test_option(Verb& verb, CommonOptions& options);
 // Calls `take` with the word size that --word names.
-void add_word_option(CLI::App& verb, std::function<void(WordSize)> take);
-void add_output_options(CLI::App& verb, CommonOptions& options);
+void add_word_option(Verb& verb, std::function<void(WordSize)> take);
+void add_output_options(Verb& verb, CommonOptions& options);
 
 }  // namespace ruvo::ctl

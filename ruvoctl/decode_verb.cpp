@@ -44,7 +44,6 @@ Examples:
 struct DecodeOptions {
     CommonOptions common;
     std::string first_word;
-    std::optional<std::string> form_word;
     std::optional<Form> form;
 };
 
@@ -121,22 +120,20 @@ int run_decode(const DecodeOptions& options, const Words& words) {
 
 }  // namespace
 
-void add_decode_verb(CLI::App& app, Run& run) {
+void declare_decode(Verb verb) {
     static const std::map<std::string, Form> forms{
         {"text", Form::kText}, {"c", Form::kC}, {"spaced", Form::kSpaced}};
-    CLI::App* const verb =
-        app.add_subcommand("decode", "Show what a Data value stands for and what of it leaves");
     auto options = std::make_shared<DecodeOptions>();
-    add_words(*verb, "HEX", options->first_word, "The value, or its settings line");
-    verb->add_option("--notation", options->form_word, "Print the bytes alone: text, c or spaced")
-        ->type_name("NAME");
-    add_output_options(*verb, options->common);
-    verb->footer(kFooter);
-    verb->final_callback([verb, &run, options] {
-        if (options->form_word) {
-            options->form = named_choice("--notation", *options->form_word, forms);
-        }
-        run = [options, words = read_words(*verb, options->first_word)] {
+    verb.add_words("HEX", options->first_word, "The value, or its settings line");
+    verb.add_taker("--notation",
+                   [&form = options->form](const std::string& word) {
+                       form = named_choice("--notation", word, forms);
+                   },
+                   "Print the bytes alone: text, c or spaced", {.type_name = "NAME"});
+    add_output_options(verb, options->common);
+    verb.set_footer(kFooter);
+    verb.when_chosen([verb, options] {
+        return [options, words = read_words(verb, options->first_word)] {
             return run_decode(*options, words);
         };
     });

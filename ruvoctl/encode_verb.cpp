@@ -56,7 +56,6 @@ struct EncodeOptions {
     CommonOptions common;
     std::string first_word;
     std::optional<std::string> key;
-    std::optional<std::string> notation_word;
     std::optional<Notation> notation;
     bool cr = false;
     bool lf = false;
@@ -72,14 +71,14 @@ std::map<std::string, Notation> notations_by_name() {
     return names;
 }
 
-void add_terminators(CLI::App& verb, EncodeOptions& options) {
-    CLI::App* const group = verb.add_option_group("Terminator", "What is put behind the text");
-    group->add_flag("--cr", options.cr, "A carriage return, 0D");
-    group->add_flag("--lf", options.lf, "A line feed, 0A");
-    group->add_flag("--crlf", options.crlf, "Both, 0D0A");
-    group->add_option("--terminator", options.terminator, "Any other: CR, ETX, '\\x03', 0x0D0A")
-        ->type_name("NOTATION");
-    group->require_option(0, 1);
+void add_terminators(Verb& verb, EncodeOptions& options) {
+    Verb group = verb.add_group("Terminator", "What is put behind the text");
+    group.add_flag("--cr", options.cr, "A carriage return, 0D");
+    group.add_flag("--lf", options.lf, "A line feed, 0A");
+    group.add_flag("--crlf", options.crlf, "Both, 0D0A");
+    group.add_taker("--terminator",
+                    [&options](const std::string& text) { options.terminator = text; },
+                    "Any other: CR, ETX, '\\x03', 0x0D0A", {.type_name = "NOTATION"});
 }
 
 std::string terminator_of(const EncodeOptions& options) {
@@ -196,24 +195,21 @@ int run_encode(const EncodeOptions& options, const Words& words) {
 
 }  // namespace
 
-void add_encode_verb(CLI::App& app, Run& run) {
-    CLI::App* const verb =
-        app.add_subcommand("encode", "Turn a command of a vendor's manual into a Data value");
+void declare_encode(Verb verb) {
     auto options = std::make_shared<EncodeOptions>();
-    add_words(*verb, "TEXT", options->first_word, "What the device is to be sent");
-    verb->add_option("--notation", options->notation_word, "How the text is written")
-        ->type_name("NAME");
-    verb->add_option("--key", options->key, "Print the whole settings line of this key")
-        ->type_name("KEY");
-    add_terminators(*verb, *options);
-    add_output_options(*verb, options->common);
-    verb->footer(kFooter);
-    verb->final_callback([verb, &run, options] {
-        if (options->notation_word) {
-            options->notation =
-                named_choice("--notation", *options->notation_word, notations_by_name());
-        }
-        run = [options, words = read_words(*verb, options->first_word)] {
+    verb.add_words("TEXT", options->first_word, "What the device is to be sent");
+    verb.add_taker("--notation",
+                   [&notation = options->notation](const std::string& word) {
+                       notation = named_choice("--notation", word, notations_by_name());
+                   },
+                   "How the text is written", {.type_name = "NAME"});
+    verb.add_taker("--key", [&key = options->key](const std::string& text) { key = text; },
+                   "Print the whole settings line of this key", {.type_name = "KEY"});
+    add_terminators(verb, *options);
+    add_output_options(verb, options->common);
+    verb.set_footer(kFooter);
+    verb.when_chosen([verb, options] {
+        return [options, words = read_words(verb, options->first_word)] {
             return run_encode(*options, words);
         };
     });

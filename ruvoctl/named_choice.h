@@ -2,9 +2,9 @@
 
 #include "ruvoctl/nearest_word.h"
 #include "ruvoctl/output/printable.h"
+#include "ruvoctl/verb.h"
 
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include <map>
 #include <string>
@@ -12,8 +12,8 @@
 
 namespace ruvo::ctl {
 
-// What an option's word stands for. Throws CLI::ValidationError, with the nearest word
-// there is, for one that stands for nothing.
+// What an option's word stands for. Throws UsageError, with the nearest word there is,
+// for one that stands for nothing.
 template <typename Value>
 Value named_choice(const std::string& option, const std::string& word,
                    const std::map<std::string, Value>& values) {
@@ -23,10 +23,10 @@ Value named_choice(const std::string& option, const std::string& word,
     names.reserve(values.size());
     for (const auto& [name, value] : values) names.push_back(name);
     const std::string nearest = nearest_word(word, names);
-    throw CLI::ValidationError(
-        option, fmt::format("there is no '{}'; {}", printable(word, Backslash::kAsItIs),
-                            nearest.empty() ? fmt::format("it is one of {}", fmt::join(names, ", "))
-                                            : fmt::format("did you mean '{}'?", nearest)));
+    throw UsageError(
+        fmt::format("{}: there is no '{}'; {}", option, printable(word, Backslash::kAsItIs),
+                    nearest.empty() ? fmt::format("it is one of {}", fmt::join(names, ", "))
+                                    : fmt::format("did you mean '{}'?", nearest)));
 }
 
 }  // namespace ruvo::ctl

@@ -226,104 +226,101 @@ int print_names(const Options& options) {
     return kAsExpected;
 }
 
-void add_world_options(CLI::App& verb, Options& options) {
+constexpr std::int64_t kMaxUptimeSeconds = 1'000'000'000'000;
+
+std::string why_no_local_time(const std::string& text) {
+    return parse_local_time(text) ? "" : "a time is written YYYY-MM-DD HH:MM:SS";
+}
+
+std::string why_no_escaped_text(const std::string& text) {
+    return escaped_bytes(text) ? "" : "an escape other than \\r \\n \\t \\\\ \\xNN";
+}
+
+void add_world_options(Verb& verb, Options& options) {
     static const std::map<std::string, SwitchPosition> positions{
         {"trigger", SwitchPosition::kOffWhenTriggered}, {"run", SwitchPosition::kOffBeforeRun}};
-    verb.add_option("--now", options.now, "The local time, \"YYYY-MM-DD HH:MM:SS\" (now)")
-        ->type_name("TIME")
-        ->check([](const std::string& text) {
-            return parse_local_time(text) ? "" : "a time is written YYYY-MM-DD HH:MM:SS";
-        });
-    verb.add_option("--uptime", options.uptime_s,
-                    "The uptime as the daemon last measured it, which it does once a second")
-        ->type_name("SECONDS")
-        ->capture_default_str()
-        ->check(CLI::Range(std::int64_t{0}, std::int64_t{1000000000000}).description(""));
+    verb.add_option("--now", options.now, "The local time, \"YYYY-MM-DD HH:MM:SS\" (now)",
+                    {.type_name = "TIME", .check = why_no_local_time});
+    verb.add_number("--uptime", options.uptime_s, kMaxUptimeSeconds,
+                    "The uptime as the daemon last measured it, which it does once a second",
+                    {.type_name = "SECONDS", .shows_default = true});
     verb.add_option("--status", options.status_file,
-                    "The items of the status service, a line name:value each")
-        ->type_name("FILE");
-    verb.add_option_function<std::string>(
-            "--disabled",
-            [&options](const std::string& when) {
-                options.switch_position = named_choice("--disabled", when, positions);
-            },
-            "Events are off when triggered (trigger), or switched off before the run (run)")
-        ->type_name("WHEN");
+                    "The items of the status service, a line name:value each",
+                    {.type_name = "FILE"});
+    verb.add_taker("--disabled",
+                   [&options](const std::string& when) {
+                       options.switch_position = named_choice("--disabled", when, positions);
+                   },
+                   "Events are off when triggered (trigger), or switched off before the run (run)",
+                   {.type_name = "WHEN"});
     add_word_option(verb, [&options](WordSize word) { options.word = word; });
 }
 
-void add_output_form(CLI::App& verb, Options& options) {
+void add_output_form(Verb& verb, Options& options) {
     static const std::map<std::string, Format> formats{
         {"text", Format::kText}, {"json", Format::kJson}, {"svg", Format::kSvg}};
-    verb.add_option_function<std::string>(
-            "--format",
-            [&options](const std::string& form) {
-                options.format = named_choice("--format", form, formats);
-            },
-            "Print text, json or svg (a picture)")
-        ->type_name("FORM");
+    verb.add_taker("--format",
+                   [&options](const std::string& form) {
+                       options.format = named_choice("--format", form, formats);
+                   },
+                   "Print text, json or svg (a picture)", {.type_name = "FORM"});
     verb.add_flag("--timeline", options.timeline, "Draw the steps over time");
 }
 
-void add_subject(CLI::App& verb, Options& options) {
+void add_subject(Verb& verb, Options& options) {
     verb.add_option("EVENT", options.event, "The name that triggers the event");
     verb.add_flag("--all", options.all, "Every event of the file");
     verb.add_option("--trigger-text", options.trigger_text,
-                    "What a client sends; \\r \\n \\t \\\\ \\xNN stand for bytes")
-        ->type_name("TEXT")
-        ->check([](const std::string& text) {
-            return escaped_bytes(text) ? "" : "an escape other than \\r \\n \\t \\\\ \\xNN";
-        });
+                    "What a client sends; \\r \\n \\t \\\\ \\xNN stand for bytes",
+                    {.type_name = "TEXT", .check = why_no_escaped_text});
     verb.add_flag("--names", options.names, "Only print the names that trigger events");
 }
 
 // Of options that exclude one another at most one may be given; says whether one is.
-bool one_given(const CLI::App& verb, std::initializer_list<const char*> names) {
+bool one_given(const Verb& verb, std::initializer_list<const char*> names) {
     std::vector<std::string> given;
     for (const char* const name : names) {
-        if (verb.count(name) > 0) given.emplace_back(name);
+        if (verb.is_given(name)) given.emplace_back(name);
     }
-    if (given.size() > 1) throw CLI::ExcludesError(given[0], given[1]);
+    if (given.size() > 1) throw UsageError(given[0] + " excludes " + given[1]);
     return !given.empty();
 }
 
 // Names need no world and have no form but a list.
-void check_names(const CLI::App& verb) {
+void check_names(const Verb& verb) {
     for (const char* const other :
          {"--now", "--uptime", "--status", "--disabled", "--format", "--timeline"}) {
         (void)one_given(verb, {"--names", other});
     }
 }
 
-void check_combination(const CLI::App& verb, const Options& options) {
+void check_combination(const Verb& verb, const Options& options) {
     check_names(verb);
     if (options.common.file == "-" && options.status_file == "-") {
-        throw CLI::ValidationError("--file and --status",
-                                   "only one of them can read standard input");
+        throw UsageError("--file and --status: only one of them can read standard input");
     }
     (void)one_given(verb, {"--json", "--format", "--timeline"});
     (void)one_given(verb, {"--test", "--trigger-text"});
     if (!one_given(verb, {"EVENT", "--all", "--trigger-text", "--names"})) {
-        throw CLI::RequiredError("EVENT, --all or --trigger-text");
+        throw UsageError("EVENT, --all or --trigger-text is required");
     }
 }
 
 }  // namespace
 
-void add_plan_verb(CLI::App& app, Run& run) {
-    CLI::App* const verb = app.add_subcommand("plan", "Say what an event sends, where and when");
+void declare_plan(Verb verb) {
     auto options = std::make_shared<Options>();
-    add_file_option(*verb, options->common);
-    add_test_option(*verb, options->common);
-    add_output_options(*verb, options->common);
-    add_subject(*verb, *options);
-    add_world_options(*verb, *options);
-    add_output_form(*verb, *options);
-    verb->footer(kFooter);
-    verb->final_callback([verb, options, &run] {
-        check_combination(*verb, *options);
-        options->trigger_given = verb->count("--trigger-text") > 0;
-        run = [options] { return options->names ? print_names(*options) : run_plan(*options); };
+    add_file_option(verb, options->common);
+    add_test_option(verb, options->common);
+    add_output_options(verb, options->common);
+    add_subject(verb, *options);
+    add_world_options(verb, *options);
+    add_output_form(verb, *options);
+    verb.set_footer(kFooter);
+    verb.when_chosen([verb, options] {
+        check_combination(verb, *options);
+        options->trigger_given = verb.is_given("--trigger-text");
+        return [options] { return options->names ? print_names(*options) : run_plan(*options); };
     });
 }
 

@@ -1,19 +1,13 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
-#include <functional>
+#include "ruvoctl/verb.h"
 
 namespace ruvo::ctl {
 
-// What the chosen verb does; returns the exit status.
-using Run = std::function<int()>;
-
-// Each adds its verb with its options. When the command line has chosen the verb, `run`
-// is set to what there is to do.
-void add_check_verb(CLI::App& app, Run& run);
-void add_plan_verb(CLI::App& app, Run& run);
-void add_encode_verb(CLI::App& app, Run& run);
-void add_decode_verb(CLI::App& app, Run& run);
+// Each declares what its verb takes and what it does when it is chosen.
+void declare_check(Verb verb);
+void declare_plan(Verb verb);
+void declare_encode(Verb verb);
+void declare_decode(Verb verb);
 
 }  // namespace ruvo::ctl

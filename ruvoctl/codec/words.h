@@ -1,6 +1,6 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "ruvoctl/verb.h"
 
 #include <string>
 
@@ -13,13 +13,8 @@ struct Words {
     bool from_standard_input = false;  // "-" stands for it
 };
 
-// Declares the arguments on a verb: the first goes to `first`, `read_words` adds the others.
-void add_words(CLI::App& verb, const std::string& name, std::string& first,
-               const std::string& description);
-
-// All arguments of a verb that has been parsed. Throws CLI::ParseError for an unknown
-// option.
-Words read_words(const CLI::App& verb, const std::string& first);
+// All arguments of a verb that has been chosen. Throws UsageError for an unknown option.
+Words read_words(const Verb& verb, const std::string& first);
 
 // The text itself, or all of standard input. Throws FileError.
 std::string fetch_text(const Words& words);

@@ -1,4 +1,5 @@
-#include "tests/ruvoctl/encode_run.h"
+#include "ruvoctl/exit_status.h"
+#include "tests/ruvoctl/command_run.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -10,7 +11,7 @@ namespace ruvo::ctl {
 namespace {
 
 TEST(DecodeVerb, ShowsTextNamesBytesAndWhatLeaves) {
-    const VerbResult result = run_codec({"decode", "02504F574552204F4E0D"});
+    const CommandResult result = run_ruvoctl({"decode", "02504F574552204F4E0D"});
     EXPECT_EQ(result.out,
               "value    02504F574552204F4E0D\n"
               "bytes    10\n"
@@ -23,7 +24,7 @@ TEST(DecodeVerb, ShowsTextNamesBytesAndWhatLeaves) {
 }
 
 TEST(DecodeVerb, ExplainsMacrosAndEscapes) {
-    const VerbResult result = run_codec({"decode", "LampData0=7B7B74696D657D7D5C725C6E"});
+    const CommandResult result = run_ruvoctl({"decode", "LampData0=7B7B74696D657D7D5C725C6E"});
     EXPECT_EQ(result.out,
               "key      LampData0\n"
               "value    7B7B74696D657D7D5C725C6E\n"
@@ -41,7 +42,7 @@ TEST(DecodeVerb, ExplainsMacrosAndEscapes) {
 TEST(DecodeVerb, NamesTheSourceOfEveryMacro) {
     // {{date}}{{UpTime}}{{input}}
     const std::string out =
-        run_codec({"decode", "7B7B646174657D7D7B7B557054696D657D7D7B7B696E7075747D7D"}).out;
+        run_ruvoctl({"decode", "7B7B646174657D7D7B7B557054696D657D7D7B7B696E7075747D7D"}).out;
     EXPECT_NE(out.find("{{date}} from byte 1 on becomes the date, as in \"2024-10-17 \" with the "
                        "blank\n"),
               std::string::npos)
@@ -70,7 +71,7 @@ TEST(DecodeVerb, DataWithMacrosIsNotCounted) {
         {"417B7B74", "all 4 bytes leave as they are", "a macro that is not closed"},
     };
     for (const auto& c : cases) {
-        const std::string out = run_codec({"decode", c.value}).out;
+        const std::string out = run_ruvoctl({"decode", c.value}).out;
         EXPECT_NE(out.find(std::string("sent     ") + c.sent + "\n"), std::string::npos)
             << c.why << out;
     }
@@ -93,7 +94,7 @@ TEST(DecodeVerb, TellsOfALineThatTheDaemonCuts) {
     };
     for (const auto& c : cases) {
         const StandardInput input(c.input);
-        const VerbResult result = run_codec({"decode", "-"});
+        const CommandResult result = run_ruvoctl({"decode", "-"});
         EXPECT_EQ(result.out.find("cut      " + cut + "\n") != std::string::npos, c.is_cut)
             << c.why;
         EXPECT_NE(result.out.find("bytes    " + std::to_string(c.bytes) + "\n"), std::string::npos)
@@ -101,15 +102,15 @@ TEST(DecodeVerb, TellsOfALineThatTheDaemonCuts) {
         EXPECT_EQ(result.status, 3) << "too long for a sender, too: " << c.why;
     }
     EXPECT_EQ(
-        run_codec({"decode", "--notation", "spaced", std::string(2048, '4')}).talk.substr(0, 30),
+        run_ruvoctl({"decode", "--notation", "spaced", std::string(2048, '4')}).talk.substr(0, 30),
         "ruvoctl: " + cut.substr(0, 21));
-    const auto document =
-        nlohmann::ordered_json::parse(run_codec({"decode", "--json", std::string(2048, '4')}).out);
+    const auto document = nlohmann::ordered_json::parse(
+        run_ruvoctl({"decode", "--json", std::string(2048, '4')}).out);
     EXPECT_EQ(document["notes"].dump(), R"([{"column":2048,"text":")" + cut + R"("}])");
 }
 
 TEST(DecodeVerb, TellsWhatTheChecksFind) {
-    const VerbResult result = run_codec({"decode", "81", "01"});
+    const CommandResult result = run_ruvoctl({"decode", "81", "01"});
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.out,
               "value    81 01\n"
@@ -137,7 +138,7 @@ TEST(DecodeVerb, TakesOneLineOfStandardInputAsTheDaemonDoes) {
     };
     for (const auto& c : cases) {
         const StandardInput input(c.input);
-        EXPECT_EQ(run_codec({"decode", "--notation", "spaced", "-"}).out, c.out) << c.why;
+        EXPECT_EQ(run_ruvoctl({"decode", "--notation", "spaced", "-"}).out, c.out) << c.why;
     }
 }
 
@@ -150,7 +151,7 @@ TEST(DecodeVerb, PrintsOneFormAloneWhenItIsAskedFor) {
     const FormCase cases[] = {
         {"text", "<STX>A<NUL>\n"}, {"c", "\\x02\\x41\\x00\n"}, {"spaced", "02 41 00\n"}};
     for (const FormCase& c : cases) {
-        const VerbResult result = run_codec({"decode", "--notation", c.notation, "024100"});
+        const CommandResult result = run_ruvoctl({"decode", "--notation", c.notation, "024100"});
         EXPECT_EQ(result.out, c.out);
         EXPECT_EQ(result.status, 3);
         EXPECT_EQ(result.talk,
@@ -172,10 +173,11 @@ TEST(DecodeVerb, RefusesWhatHoldsNoValue) {
          "ruvoctl: more than one settings line; give the one with the data\n"},
         {{"decode", "41\n42"}, "ruvoctl: a value is one line of text\n"},
         {{"decode", "--notation", "spacd", "41"},
-         "--notation: there is no 'spacd'; did you mean 'spaced'?"},
+         "ruvoctl: --notation: there is no 'spacd'; did you mean 'spaced'?\n"
+         "See ruvoctl help decode\n"},
     };
     for (const MisuseCase& c : cases) {
-        const VerbResult result = run_codec(c.arguments);
+        const CommandResult result = run_ruvoctl(c.arguments);
         EXPECT_EQ(result.status, kWrongUsage) << c.talk;
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.talk, c.talk);
@@ -183,13 +185,13 @@ TEST(DecodeVerb, RefusesWhatHoldsNoValue) {
 }
 
 TEST(DecodeVerb, NoControlByteOfAValueReachesTheTerminal) {
-    const VerbResult result = run_codec({"decode", "Lamp\x1b[31mData0=4\x1b[1B5B"});
+    const CommandResult result = run_ruvoctl({"decode", "Lamp\x1b[31mData0=4\x1b[1B5B"});
     EXPECT_EQ(result.out.find('\x1b'), std::string::npos) << result.out;
     EXPECT_NE(result.out.find("key      Lamp\\x1B[31mData0\n"), std::string::npos) << result.out;
 }
 
 TEST(DecodeVerb, JsonHoldsAllMembers) {
-    const VerbResult result = run_codec({"decode", "--json", "7B7B747D7D5C6E"});
+    const CommandResult result = run_ruvoctl({"decode", "--json", "7B7B747D7D5C6E"});
     EXPECT_EQ(result.status, 0);
     auto document = nlohmann::ordered_json::parse(result.out);
     document.erase("diagnostics");
@@ -201,7 +203,7 @@ TEST(DecodeVerb, JsonHoldsAllMembers) {
 
 TEST(DecodeVerb, JsonHoldsTheDiagnosticsWithTheCorrectedValue) {
     const auto document =
-        nlohmann::ordered_json::parse(run_codec({"decode", "--json", "LampData0=81 01"}).out);
+        nlohmann::ordered_json::parse(run_ruvoctl({"decode", "--json", "LampData0=81 01"}).out);
     EXPECT_EQ(document["key"], "LampData0");
     EXPECT_EQ(document["diagnostics"].dump(),
               R"([{"id":"hex-separated","severity":"error","column":3,"end_column":4,)"

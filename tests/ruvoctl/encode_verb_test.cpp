@@ -1,4 +1,5 @@
-#include "tests/ruvoctl/encode_run.h"
+#include "ruvoctl/exit_status.h"
+#include "tests/ruvoctl/command_run.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -63,7 +64,7 @@ TEST(EncodeVerb, PrintsTheValueAndNothingElse) {
     for (const Case& c : cases) {
         std::vector<std::string> arguments{"encode"};
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-        const VerbResult result = run_codec(arguments);
+        const CommandResult result = run_ruvoctl(arguments);
         EXPECT_EQ(result.out, c.out) << c.why;
         EXPECT_EQ(result.status, c.status) << c.why << ": " << result.talk;
         EXPECT_FALSE(result.talk.empty()) << c.why;
@@ -71,41 +72,41 @@ TEST(EncodeVerb, PrintsTheValueAndNothingElse) {
 }
 
 TEST(EncodeVerb, SaysWhatItUnderstoodAndWhatLeaves) {
-    EXPECT_EQ(run_codec({"encode", "81", "01"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "81", "01"}).talk,
               "read as separated hexadecimal numbers: \\x81\\x01\n"
               "all 2 bytes leave as they are\n");
-    EXPECT_EQ(run_codec({"encode", "PON$0D"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "PON$0D"}).talk,
               "read as text: PON$0D\n"
               "character 4: note: '$0D' stays as it is written; --notation dollar reads it as a "
               "byte\n"
               "all 6 bytes leave as they are\n");
-    EXPECT_EQ(run_codec({"encode", "8101040"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "8101040"}).talk,
               "read as text: 8101040\n"
               "character 7: warning: doubtful: read as text; force it with --notation (an odd "
               "number of hexadecimal digits)\n"
               "all 7 bytes leave as they are\n");
-    EXPECT_EQ(run_codec({"encode", "T={{time}}"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "T={{time}}"}).talk,
               "read as text: T={{time}}\n"
               "it leaves with its macros replaced\n");
     EXPECT_EQ(
-        run_codec({"encode", "--key", "LampData200", "A1"}).talk,
+        run_ruvoctl({"encode", "--key", "LampData200", "A1"}).talk,
         "read as plain hexadecimal: \\xA1\n"
         "the byte leaves as it is\n"
         "ruvoctl: --key LampData200: step 200 never takes effect: the last step that an event "
         "can have is 127\n");
-    EXPECT_EQ(run_codec({"encode", "ON\\\\r"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "ON\\\\r"}).talk,
               "read as text: ON\\\\r\n"
               "3 bytes leave: ON\\r\n");
 }
 
 TEST(EncodeVerb, TellsWhatTheChecksFind) {
-    EXPECT_EQ(run_codec({"encode", "81", "00", "01"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "81", "00", "01"}).talk,
               "read as separated hexadecimal numbers: \\x81\\x00\\x01\n"
               "1 byte leaves: \\x81\n"
               "column 3: error[data-zero-byte]: byte 2 of 3 is zero\n"
               "  effect: it and all behind it is lost: 1 of 3 bytes remain\n");
-    EXPECT_EQ(run_codec({"encode", std::string(103, 'x')}).status, 0);
-    const VerbResult long_text = run_codec({"encode", std::string(104, 'x')});
+    EXPECT_EQ(run_ruvoctl({"encode", std::string(103, 'x')}).status, 0);
+    const CommandResult long_text = run_ruvoctl({"encode", std::string(104, 'x')});
     EXPECT_EQ(long_text.status, 3);
     EXPECT_NE(long_text.talk.find("error[data-too-long]"), std::string::npos) << long_text.talk;
 }
@@ -125,32 +126,33 @@ TEST(EncodeVerb, DropsOneLineEndOfStandardInput) {
     };
     for (const auto& c : cases) {
         const StandardInput input(c.input);
-        EXPECT_EQ(run_codec({"encode", "-"}).out, c.out) << c.why;
+        EXPECT_EQ(run_ruvoctl({"encode", "-"}).out, c.out) << c.why;
     }
 }
 
 TEST(EncodeVerb, SaysThatALineEndIsDropped) {
     const StandardInput input("PON\n");
-    EXPECT_EQ(run_codec({"encode", "-"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "-"}).talk,
               "read as text: PON\n"
               "character 4: note: the line end behind it is not encoded\n"
               "all 3 bytes leave as they are\n");
     const StandardInput bare("PON");
-    EXPECT_EQ(run_codec({"encode", "-"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "-"}).talk,
               "read as text: PON\n"
               "all 3 bytes leave as they are\n");
 }
 
 TEST(EncodeVerb, PointsAtWhatDoesNotFit) {
-    EXPECT_EQ(run_codec({"encode", "--notation", "separated", "81 \x1b"}).talk,
+    EXPECT_EQ(run_ruvoctl({"encode", "--notation", "separated", "81 \x1b"}).talk,
               "ruvoctl: this is no separated-hex: character 4: this is no hexadecimal digit\n"
               "  81 \\x1B\n"
               "     ^\n");
 }
 
 TEST(EncodeVerb, SuggestsTheNearestNotation) {
-    EXPECT_EQ(run_codec({"encode", "--notation", "txt", "a"}).talk,
-              "--notation: there is no 'txt'; did you mean 'text'?");
+    EXPECT_EQ(run_ruvoctl({"encode", "--notation", "txt", "a"}).talk,
+              "ruvoctl: --notation: there is no 'txt'; did you mean 'text'?\n"
+              "See ruvoctl help encode\n");
 }
 
 TEST(EncodeVerb, NamesWhatAKeyIsReadAs) {
@@ -167,7 +169,7 @@ TEST(EncodeVerb, NamesWhatAKeyIsReadAs) {
         {"Lamp\x1b[Data0", "it holds characters that are no text"},
     };
     for (const auto& c : cases) {
-        const VerbResult result = run_codec({"encode", "--key", c.key, "a"});
+        const CommandResult result = run_ruvoctl({"encode", "--key", c.key, "a"});
         EXPECT_EQ(result.status, kWrongUsage) << c.key;
         EXPECT_NE(result.talk.find(c.reason), std::string::npos) << result.talk;
         EXPECT_EQ(result.talk.find('\x1b'), std::string::npos);
@@ -175,7 +177,7 @@ TEST(EncodeVerb, NamesWhatAKeyIsReadAs) {
 }
 
 TEST(EncodeVerb, JsonHoldsBothReadingsAndAllMembers) {
-    const VerbResult result = run_codec({"encode", "--json", "<STX>ON\\\\r"});
+    const CommandResult result = run_ruvoctl({"encode", "--json", "<STX>ON\\\\r"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.talk, "");
     EXPECT_EQ(nlohmann::ordered_json::parse(result.out).dump(),
@@ -186,7 +188,7 @@ TEST(EncodeVerb, JsonHoldsBothReadingsAndAllMembers) {
 }
 
 TEST(EncodeVerb, JsonHoldsNotesAndDiagnostics) {
-    const VerbResult result = run_codec({"encode", "--json", "--key", "LampData0", "$0D\\0"});
+    const CommandResult result = run_ruvoctl({"encode", "--json", "--key", "LampData0", "$0D\\0"});
     EXPECT_EQ(result.status, 3);
     const auto document = nlohmann::ordered_json::parse(result.out);
     EXPECT_EQ(document["key"], "LampData0");
@@ -200,7 +202,7 @@ TEST(EncodeVerb, JsonHoldsNotesAndDiagnostics) {
 }
 
 TEST(EncodeVerb, JsonSaysWhatIsDoubtful) {
-    const VerbResult result = run_codec({"encode", "--json", "81,01,,02"});
+    const CommandResult result = run_ruvoctl({"encode", "--json", "81,01,,02"});
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(nlohmann::ordered_json::parse(result.out)["doubtful"], true);
 }

@@ -1,10 +1,9 @@
 #include "ruvoctl/exit_status.h"
 #include "ruvoctl/input_text.h"
-#include "ruvoctl/verbs.h"
+#include "tests/ruvoctl/command_run.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdio>
@@ -15,12 +14,6 @@
 
 namespace ruvo::ctl {
 namespace {
-
-struct Result {
-    int status = -1;
-    std::string output;
-    std::string talk;
-};
 
 class PlanVerb : public testing::Test {
   protected:
@@ -34,28 +27,9 @@ class PlanVerb : public testing::Test {
         return path;
     }
 
-    // Runs the verb; a usage error is status 2.
-    static Result plan(std::vector<std::string> words) {
-        CLI::App app;
-        ctl::Run run;
-        add_plan_verb(app, run);
+    static CommandResult plan(std::vector<std::string> words) {
         words.insert(words.begin(), "plan");
-        std::reverse(words.begin(), words.end());
-        Result result;
-        testing::internal::CaptureStdout();
-        testing::internal::CaptureStderr();
-        try {
-            app.parse(words);
-            result.status = run();
-        } catch (const CLI::ParseError&) {
-            result.status = kWrongUsage;
-        } catch (const FileError&) {
-            result.status = kFailed;
-        }
-        (void)std::fflush(stdout);
-        result.output = testing::internal::GetCapturedStdout();
-        result.talk = testing::internal::GetCapturedStderr();
-        return result;
+        return run_ruvoctl(std::move(words));
     }
 
   private:
@@ -74,9 +48,10 @@ constexpr char kSettings[] =
 
 TEST_F(PlanVerb, PlansAnEventInTheGivenWorld) {
     const std::string status = file("status", "a:1\nb:\nc:\nd:\ne:\nf:\n");
-    const Result result = plan({"-f", file("ruvo.txt", kSettings), "--now", "2026-11-21T03:18:38",
-                                "--uptime", "90", "--status", status, "PowerOn"});
-    EXPECT_EQ(result.output, R"(PowerOn: starts 0 to 350 ms after the trigger
+    const CommandResult result =
+        plan({"-f", file("ruvo.txt", kSettings), "--now", "2026-11-21T03:18:38", "--uptime", "90",
+              "--status", status, "PowerOn"});
+    EXPECT_EQ(result.out, R"(PowerOn: starts 0 to 350 ms after the trigger
   line 1, delay 0 s, 1 step
   step 0    0 to 350 ms  UDP to 10.1.2.3:5000
       0000  32 30 32 36 2D 31 31 2D  32 31 20 30 33 3A 31 38  2026-11-21 03:18
@@ -188,7 +163,8 @@ TEST_F(PlanVerb, TellsWhatANameThatFindsNothingCauses) {
 }
 
 TEST_F(PlanVerb, ACountThatOnlyReadsAsZeroIsAFault) {
-    const Result result = plan({"-f", file("ruvo.txt", "ECount=4294967296\n"), "--word=64", "E"});
+    const CommandResult result =
+        plan({"-f", file("ruvo.txt", "ECount=4294967296\n"), "--word=64", "E"});
     EXPECT_EQ(
         result.talk,
         "ruvoctl: the event \"E\" is switched off by its Count, whose \"4294967296\" reads as "
@@ -197,34 +173,34 @@ TEST_F(PlanVerb, ACountThatOnlyReadsAsZeroIsAFault) {
 }
 
 TEST_F(PlanVerb, ANameThatCannotBeTypedMayBeGivenAsItIsPrinted) {
-    const Result result = plan({"-f", file("ruvo.txt", kSettings), "Light\\r"});
-    EXPECT_TRUE(result.output.starts_with("Lamp (triggered as \"Light\\r\")")) << result.output;
+    const CommandResult result = plan({"-f", file("ruvo.txt", kSettings), "Light\\r"});
+    EXPECT_TRUE(result.out.starts_with("Lamp (triggered as \"Light\\r\")")) << result.out;
     EXPECT_EQ(result.talk,
               "ruvoctl: \"Light\\r\" is taken as the name with its escapes replaced\n");
 }
 
 TEST_F(PlanVerb, TellsOfAReportThatIsTooShort) {
     const std::string status = file("status", "a:1\rb:2\r\n");
-    const Result result =
+    const CommandResult result =
         plan({"-f", file("ruvo.txt", kSettings), "--status", status, "--json", "PowerOn"});
     EXPECT_EQ(result.talk, "ruvoctl: " + status +
                                " has 2 status items; the daemon takes a report over from 6 on, so "
                                "this plan has none\n");
-    EXPECT_NE(result.output.find("\"source\": \"unknown\""), std::string::npos);
+    EXPECT_NE(result.out.find("\"source\": \"unknown\""), std::string::npos);
 }
 
 TEST_F(PlanVerb, NamesAreForTheShell) {
     const std::string settings = file("ruvo.txt", kSettings);
-    EXPECT_EQ(plan({"-f", settings, "--names"}).output, "PowerOn\nLight\\r\nDVIConnected\n");
-    EXPECT_EQ(plan({"-f", settings, "--names", "--test"}).output, "PowerOn\nLamp\nDVIConnected\n");
-    EXPECT_EQ(plan({"-f", file("empty-name", "ECount=1\nEXMLfield=\n"), "--names"}).output, "");
-    EXPECT_EQ(plan({"-f", settings, "--names", "--json"}).output,
+    EXPECT_EQ(plan({"-f", settings, "--names"}).out, "PowerOn\nLight\\r\nDVIConnected\n");
+    EXPECT_EQ(plan({"-f", settings, "--names", "--test"}).out, "PowerOn\nLamp\nDVIConnected\n");
+    EXPECT_EQ(plan({"-f", file("empty-name", "ECount=1\nEXMLfield=\n"), "--names"}).out, "");
+    EXPECT_EQ(plan({"-f", settings, "--names", "--json"}).out,
               "{\n  \"format\": \"ruvoctl.names\",\n  \"version\": 1,\n  \"file\": \"" + settings +
                   "\",\n  \"names\": [\n    \"PowerOn\",\n    \"Light\\\\r\",\n    "
                   "\"DVIConnected\"\n  ]\n}\n");
     EXPECT_EQ(plan({"-f", "/nowhere/ruvo.txt", "--names", "--json"}).status, kFailed);
-    const Result unread = plan({"-f", "/nowhere/ruvo.txt", "--names"});
-    EXPECT_EQ(unread.output + unread.talk, "");
+    const CommandResult unread = plan({"-f", "/nowhere/ruvo.txt", "--names"});
+    EXPECT_EQ(unread.out + unread.talk, "");
     EXPECT_EQ(unread.status, 0);
 }
 
@@ -245,9 +221,9 @@ TEST_F(PlanVerb, PrintsTheFormThatIsAskedFor) {
     for (const Case& c : cases) {
         std::vector<std::string> words = c.words;
         words.insert(words.end(), {"-f", settings, "PowerOn"});
-        const Result result = plan(words);
-        EXPECT_TRUE(result.output.starts_with(c.begin)) << result.output;
-        EXPECT_TRUE(result.output.ends_with("\n"));
+        const CommandResult result = plan(words);
+        EXPECT_TRUE(result.out.starts_with(c.begin)) << result.out;
+        EXPECT_TRUE(result.out.ends_with("\n"));
         EXPECT_EQ(result.status, 0);
     }
 }
@@ -255,7 +231,7 @@ TEST_F(PlanVerb, PrintsTheFormThatIsAskedFor) {
 TEST_F(PlanVerb, ATimelineIsAsWideAsTheTerminal) {
     const std::string settings = file("ruvo.txt", kSettings);
     const auto width_of_axis = [&] {
-        const std::string text = plan({"-f", settings, "--timeline", "PowerOn"}).output;
+        const std::string text = plan({"-f", settings, "--timeline", "PowerOn"}).out;
         const auto begin = text.rfind('\n', text.find("|+")) + 1;
         return text.find('\n', begin) - begin;
     };
@@ -269,10 +245,9 @@ TEST_F(PlanVerb, ATimelineIsAsWideAsTheTerminal) {
 
 TEST_F(PlanVerb, TheWordIsTheDevices) {
     const std::string settings = file("ruvo.txt", "ECount=4294967297\n");
-    EXPECT_NE(plan({"-f", settings, "--word=32", "E"}).output.find(", 128 steps\n"),
+    EXPECT_NE(plan({"-f", settings, "--word=32", "E"}).out.find(", 128 steps\n"),
               std::string::npos);
-    EXPECT_NE(plan({"-f", settings, "--word=64", "E"}).output.find(", 1 step\n"),
-              std::string::npos);
+    EXPECT_NE(plan({"-f", settings, "--word=64", "E"}).out.find(", 1 step\n"), std::string::npos);
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
 #pragma once
 
-#include "ruvoctl/exit_status.h"
-#include "ruvoctl/verbs.h"
+#include "ruvoctl/command_line.h"
 
 #include <gtest/gtest.h>
 #include <stdio_ext.h>
 #include <unistd.h>
-#include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -44,30 +41,22 @@ class StandardInput {
     int saved_;
 };
 
-struct VerbResult {
+struct CommandResult {
     int status = 0;
     std::string out;
     std::string talk;
 };
 
-// Runs encode or decode as the command line does, in this process.
-inline VerbResult run_codec(std::vector<std::string> arguments) {
-    CLI::App app{"", "ruvoctl"};
-    Run run;
-    app.require_subcommand(1);
-    add_encode_verb(app, run);
-    add_decode_verb(app, run);
-    std::reverse(arguments.begin(), arguments.end());
-    VerbResult result;
+// Runs ruvoctl with these arguments, in this process.
+inline CommandResult run_ruvoctl(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "ruvoctl");
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    CommandResult result;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    try {
-        app.parse(std::move(arguments));
-        result.status = run();
-    } catch (const CLI::ParseError& error) {
-        result.status = kWrongUsage;
-        (void)std::fputs(error.what(), stderr);
-    }
+    result.status = run_command_line(static_cast<int>(pointers.size()), pointers.data());
+    (void)std::fflush(stdout);
     result.out = testing::internal::GetCapturedStdout();
     result.talk = testing::internal::GetCapturedStderr();
     return result;
