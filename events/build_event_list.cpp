@@ -1,5 +1,6 @@
 #include "events/build_event_list.h"
 
+#include "core/time_units.h"
 #include "events/hex_to_bytes.h"
 
 #include <string>
@@ -10,8 +11,6 @@
 
 namespace ruvo {
 namespace {
-
-constexpr std::int64_t kNsPerMs = 1000000;
 
 // The entries of each name, in list order: a file has as many records as it likes.
 using EntriesByName = std::unordered_map<std::string_view, std::vector<EventEntry*>>;

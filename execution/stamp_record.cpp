@@ -1,13 +1,10 @@
 #include "execution/stamp_record.h"
 
+#include "core/time_units.h"
+
 #include <algorithm>
 
 namespace ruvo {
-namespace {
-
-constexpr std::int64_t kNsPerSecond = 1000000000;
-
-}  // namespace
 
 std::ptrdiff_t count_lines(std::string_view trigger) {
     const bool open_end = !trigger.empty() && !trigger.ends_with('\n');

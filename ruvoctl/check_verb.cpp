@@ -26,7 +26,7 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr const char* kFooter = R"(Examples:
+constexpr const char* kCheckExamples = R"(Examples:
   ruvoctl check ruvo.txt                     what is wrong, what it costs, how to mend it
   ruvoctl check --fix better.txt ruvo.txt    write a corrected copy, show the difference
   ruvoctl check --status report.txt ruvo.txt with the items that the device reports
@@ -64,8 +64,7 @@ int explain(const CheckArguments& arguments) {
     std::vector<std::string> ids;
     for (const Check& check : catalogue()) ids.emplace_back(check.id);
     const std::string nearest = nearest_word(arguments.explain, ids);
-    fmt::print(stderr, "ruvoctl: there is no check '{}'{}\n",
-               printable(arguments.explain, Backslash::kAsItIs),
+    fmt::print(stderr, "ruvoctl: there is no check '{}'{}\n", text_of(arguments.explain),
                nearest.empty() ? "; ruvoctl check --list-ids lists them"
                                : fmt::format("; did you mean '{}'?", nearest));
     return kWrongUsage;
@@ -144,8 +143,7 @@ bool is_same_file(const std::string& left, const std::string& right) {
 int fix(const CheckArguments& arguments, const CheckOptions& options) {
     const std::string path = arguments.files.front();
     if (std::filesystem::exists(arguments.fix) && !is_same_file(path, arguments.fix)) {
-        fmt::print(stderr, "ruvoctl: {} exists; --fix writes a new file\n",
-                   printable(arguments.fix, Backslash::kAsItIs));
+        fmt::print(stderr, "ruvoctl: {} exists; --fix writes a new file\n", text_of(arguments.fix));
         return kWrongUsage;
     }
     if (is_same_file(path, arguments.fix)) {
@@ -159,8 +157,7 @@ int fix(const CheckArguments& arguments, const CheckOptions& options) {
     copy.result = check_settings(copy.source, options);
     write_output(arguments.fix, copy.source.text);
     const std::string difference = unified_difference(source.text, copy.source.text);
-    fmt::print("--- {}\n+++ {}\n{}", printable(path, Backslash::kAsItIs),
-               printable(arguments.fix, Backslash::kAsItIs), difference);
+    fmt::print("--- {}\n+++ {}\n{}", text_of(path), text_of(arguments.fix), difference);
     fmt::print("{}", report_text(copy, Style(arguments.common.color, stdout)));
     return status_of({std::move(copy)}, arguments.strict);
 }
@@ -170,7 +167,7 @@ std::optional<StatusVariables> read_items(const std::string& path) {
     StatusReport report = status_report(read_input(path));
     if (is_taken_over(report)) return std::move(report.items);
     fmt::print(stderr, "ruvoctl: {} has {} items; the daemon takes no report with fewer than {}\n",
-               printable(path, Backslash::kAsItIs), report.items.size(), kTooFewStatusItems + 1);
+               text_of(path), report.items.size(), kTooFewStatusItems + 1);
     return {};
 }
 
@@ -214,7 +211,7 @@ void add_options(Verb& verb, CheckArguments& arguments) {
 void declare_check(Verb verb) {
     auto arguments = std::make_shared<CheckArguments>();
     add_options(verb, *arguments);
-    verb.set_footer(kFooter);
+    verb.set_footer(kCheckExamples);
     verb.when_chosen([verb, arguments] {
         if (!arguments->files.empty() && verb.is_given("--file")) {
             throw UsageError("a file is named with -f or as FILE, not both");

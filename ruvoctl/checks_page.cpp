@@ -69,7 +69,7 @@ std::string example(std::string_view settings) {
     std::string result = ".Bd -literal -offset indent\n";
     while (!settings.empty()) {
         const auto feed = std::min(settings.find('\n'), settings.size());
-        std::string line = printable(settings.substr(0, feed), Backslash::kAsItIs);
+        std::string line = text_of(settings.substr(0, feed));
         if (line.size() > kWidth) line = line.substr(0, kWidth - 3) + "...";
         result += roff_line(line) + "\n";
         settings.remove_prefix(std::min(feed + 1, settings.size()));

@@ -19,7 +19,7 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr const char* kFooter = R"(Examples:
+constexpr const char* kExamples = R"(Examples:
   ruvoctl check ruvo.txt                what is wrong with these settings, and what it costs
   ruvoctl plan -f ruvo.txt PowerOn      every byte that the event sends, where and when
   ruvoctl encode '<STX>POWER ON<CR>'    a Data value from a vendor's manual
@@ -44,7 +44,7 @@ const CLI::App* find_verb(const CLI::App& app, const std::string& word) {
 
 int unknown_verb(const CLI::App& app, const std::string& word) {
     const std::string nearest = nearest_word(word, verb_names(app));
-    fmt::print(stderr, "ruvoctl: there is no verb '{}'{}\n", printable(word, Backslash::kAsItIs),
+    fmt::print(stderr, "ruvoctl: there is no verb '{}'{}\n", text_of(word),
                nearest.empty() ? "; ruvoctl --help lists them"
                                : fmt::format("; did you mean '{}'?", nearest));
     return kWrongUsage;
@@ -90,7 +90,7 @@ void add_verbs(CLI::App& app, Run& run) {
 }
 
 int report_usage(const CLI::App& app, const char* what) {
-    fmt::print(stderr, "ruvoctl: {}\n", printable(what, Backslash::kAsItIs));
+    fmt::print(stderr, "ruvoctl: {}\n", text_of(what));
     const auto chosen = app.get_subcommands();
     fmt::print(stderr, "See ruvoctl help{}\n",
                chosen.empty() ? "" : " " + chosen.front()->get_name());
@@ -101,7 +101,7 @@ int run_verb(int argc, char** argv) {
     CLI::App app{"Says exactly what a settings file of ruvotcpd will do, before it does it.",
                  "ruvoctl"};
     Run run;
-    app.footer(kFooter);
+    app.footer(kExamples);
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.set_version_flag("--version", fmt::format("ruvoctl {}", kVersion));
     app.require_subcommand(1);

@@ -24,7 +24,7 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kDecodeExamples =
     R"(The value is read as the daemon reads it, two characters a byte, whatever they are. Several
 arguments are joined by blanks; - reads standard input. A whole settings line will do.
 
@@ -55,17 +55,16 @@ void print_parts(std::string_view bytes) {
                                        printable(part.text), part.position + 1, part.becomes));
     }
     for (const DataPart& part : escapes_of(bytes)) {
-        print_row("escape", fmt::format("{} from byte {} on leaves as {}",
-                                        printable(part.text, Backslash::kAsItIs), part.position + 1,
-                                        part.becomes));
+        print_row("escape", fmt::format("{} from byte {} on leaves as {}", text_of(part.text),
+                                        part.position + 1, part.becomes));
     }
 }
 
 void print_report(const DecodeOptions& options, const DecodeInput& input,
                   const DataReport& report) {
-    if (input.key) print_row("key", printable(*input.key, Backslash::kAsItIs));
+    if (input.key) print_row("key", text_of(*input.key));
     if (!input.cut.empty()) print_row("cut", input.cut);
-    print_row("value", printable(report.value, Backslash::kAsItIs));
+    print_row("value", text_of(report.value));
     print_row("bytes", std::to_string(report.bytes.size()));
     print_row("text", printable(report.bytes));
     print_row("named", write_form(Form::kText, report.bytes));
@@ -84,14 +83,14 @@ nlohmann::ordered_json notes_json(const DecodeInput& input) {
 nlohmann::ordered_json decode_json(const DecodeInput& input, const DataReport& report) {
     nlohmann::ordered_json macros = nlohmann::ordered_json::array();
     for (const DataPart& macro : macros_of(report.bytes)) {
-        macros.push_back(printable(macro.text, Backslash::kAsItIs));
+        macros.push_back(text_of(macro.text));
     }
     nlohmann::ordered_json key;
-    if (input.key) key = printable(*input.key, Backslash::kAsItIs);
+    if (input.key) key = text_of(*input.key);
     return {{"format", "ruvoctl.decode"},
             {"version", 1},
             {"key", key},
-            {"value", printable(report.value, Backslash::kAsItIs)},
+            {"value", text_of(report.value)},
             {"bytes", bytes_json(report.bytes)},
             {"sent", bytes_json(report.sent)},
             {"macros", macros},
@@ -131,7 +130,7 @@ void declare_decode(Verb verb) {
                    },
                    "Print the bytes alone: text, c or spaced", {.type_name = "NAME"});
     add_output_options(verb, options->common);
-    verb.set_footer(kFooter);
+    verb.set_footer(kDecodeExamples);
     verb.when_chosen([verb, options] {
         return [options, words = read_words(verb, options->first_word)] {
             return run_decode(*options, words);

@@ -23,7 +23,7 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr const char* kFooter = R"(Notations, in the order in which they are tried:
+constexpr const char* kEncodeExamples = R"(Notations, in the order in which they are tried:
   hex        810104FF
   separated  81 01 04 FF   81,01   81-01   81:01   0x81,0x01   0x8101   \x81\x01
              $0D $0A   %0d%0a   &H0D   81h 01h   [81][01]   <81><01>   {0x81,0x01}
@@ -100,10 +100,10 @@ std::string fetch_notation(const Words& words, Notes& notes) {
 
 // Shows where a text stops fitting.
 int report_misfit(std::string_view what, std::string_view text, const Misfit& misfit) {
-    const std::string before = printable(text.substr(0, misfit.position), Backslash::kAsItIs);
+    const std::string before = text_of(text.substr(0, misfit.position));
     fmt::print(stderr, "ruvoctl: {}: character {}: {}\n", what, misfit.position + 1, misfit.reason);
-    fmt::print(stderr, "  {}{}\n  {:>{}}\n", before,
-               printable(text.substr(misfit.position), Backslash::kAsItIs), '^', before.size() + 1);
+    fmt::print(stderr, "  {}{}\n  {:>{}}\n", before, text_of(text.substr(misfit.position)), '^',
+               before.size() + 1);
     return kWrongUsage;
 }
 
@@ -114,7 +114,7 @@ nlohmann::ordered_json encode_json(const EncodeOptions& options, const Reading& 
         notes.push_back({{"column", note.position + 1}, {"text", note.text}});
     }
     nlohmann::ordered_json key;
-    if (options.key) key = printable(*options.key, Backslash::kAsItIs);
+    if (options.key) key = text_of(*options.key);
     return {{"format", "ruvoctl.encode"},
             {"version", 1},
             {"notation", notation_name(reading.notation)},
@@ -145,7 +145,7 @@ void print_talk(const EncodeOptions& options, const Reading& reading, const Data
 int tell_of_key(const std::optional<std::string>& key) {
     const std::string why = key ? why_never_sent(*key) : std::string();
     if (why.empty()) return kAsExpected;
-    fmt::print(stderr, "ruvoctl: --key {}: {}\n", printable(*key, Backslash::kAsItIs), why);
+    fmt::print(stderr, "ruvoctl: --key {}: {}\n", text_of(*key), why);
     return kProblemsFound;
 }
 
@@ -171,8 +171,7 @@ int run_encode(const EncodeOptions& options, const Words& words) {
     if (options.key) {
         const std::string why = why_no_data_key(*options.key);
         if (!why.empty()) {
-            fmt::print(stderr, "ruvoctl: --key {}: {}\n",
-                       printable(*options.key, Backslash::kAsItIs), why);
+            fmt::print(stderr, "ruvoctl: --key {}: {}\n", text_of(*options.key), why);
             return kWrongUsage;
         }
     }
@@ -207,7 +206,7 @@ void declare_encode(Verb verb) {
                    "Print the whole settings line of this key", {.type_name = "KEY"});
     add_terminators(verb, *options);
     add_output_options(verb, options->common);
-    verb.set_footer(kFooter);
+    verb.set_footer(kEncodeExamples);
     verb.when_chosen([verb, options] {
         return [options, words = read_words(verb, options->first_word)] {
             return run_encode(*options, words);

@@ -14,8 +14,7 @@ namespace ruvo::ctl {
 namespace {
 
 [[noreturn]] void fail(const char* what, const std::string& path, int error) {
-    throw FileError(fmt::format("cannot {} {}: {}", what, printable(path, Backslash::kAsItIs),
-                                std::strerror(error)));
+    throw FileError(fmt::format("cannot {} {}: {}", what, text_of(path), std::strerror(error)));
 }
 
 std::string read_all(std::FILE* file, const std::string& path) {

@@ -23,10 +23,10 @@ Value named_choice(const std::string& option, const std::string& word,
     names.reserve(values.size());
     for (const auto& [name, value] : values) names.push_back(name);
     const std::string nearest = nearest_word(word, names);
-    throw UsageError(
-        fmt::format("{}: there is no '{}'; {}", option, printable(word, Backslash::kAsItIs),
-                    nearest.empty() ? fmt::format("it is one of {}", fmt::join(names, ", "))
-                                    : fmt::format("did you mean '{}'?", nearest)));
+    throw UsageError(fmt::format("{}: there is no '{}'; {}", option, text_of(word),
+                                 nearest.empty()
+                                     ? fmt::format("it is one of {}", fmt::join(names, ", "))
+                                     : fmt::format("did you mean '{}'?", nearest)));
 }
 
 }  // namespace ruvo::ctl

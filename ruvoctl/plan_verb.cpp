@@ -37,7 +37,7 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr const char* kFooter = R"(Examples:
+constexpr const char* kPlanExamples = R"(Examples:
   ruvoctl plan -f ruvo.txt PowerOn           every byte of the event, where and when
   ruvoctl plan -f ruvo.txt --all             of every event of the file
   ruvoctl plan --status status.txt PowerOn   with the device's status items
@@ -76,8 +76,6 @@ struct Options {
     bool timeline = false;
     bool trigger_given = false;
 };
-
-std::string text_of(std::string_view text) { return printable(text, Backslash::kAsItIs); }
 
 World world_of(const Options& options) {
     World world;
@@ -316,7 +314,7 @@ void declare_plan(Verb verb) {
     add_subject(verb, *options);
     add_world_options(verb, *options);
     add_output_form(verb, *options);
-    verb.set_footer(kFooter);
+    verb.set_footer(kPlanExamples);
     verb.when_chosen([verb, options] {
         check_combination(verb, *options);
         options->trigger_given = verb.is_given("--trigger-text");

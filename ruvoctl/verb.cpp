@@ -53,9 +53,9 @@ void Verb::add_number(const char* names, std::int64_t& value, std::int64_t max, 
     set_taking(*option, taking);
 }
 
-void Verb::add_taker(const char* names, std::function<void(const std::string&)> take,
+void Verb::add_taker(const char* names, const std::function<void(const std::string&)>& take,
                      const char* help, const Taking& taking) {
-    set_taking(*parser_->add_option_function<std::string>(names, std::move(take), help), taking);
+    set_taking(*parser_->add_option_function<std::string>(names, take, help), taking);
 }
 
 // An option of one value takes it as it stands; a list would take "[CR]" apart. So the

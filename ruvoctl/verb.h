@@ -52,7 +52,7 @@ class Verb {
     void add_number(const char* names, std::int64_t& value, std::int64_t max, const char* help,
                     const Taking& taking = {});
     // Calls `take` with the value; it may throw UsageError.
-    void add_taker(const char* names, std::function<void(const std::string&)> take,
+    void add_taker(const char* names, const std::function<void(const std::string&)>& take,
                    const char* help, const Taking& taking = {});
     // Takes all arguments as they stand: the first, which is required, goes to `first`; those
     // behind it are the `others`.

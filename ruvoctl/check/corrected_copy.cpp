@@ -109,7 +109,7 @@ std::vector<std::string> lines_of(const std::string& text) {
     std::size_t begin = 0;
     while (begin < text.size()) {
         const std::size_t feed = std::min(text.find('\n', begin), text.size());
-        lines.push_back(printable(text.substr(begin, feed - begin), Backslash::kAsItIs));
+        lines.push_back(text_of(text.substr(begin, feed - begin)));
         begin = feed + 1;
     }
     return lines;
@@ -119,7 +119,7 @@ std::vector<std::string> lines_of(const std::string& text) {
 std::string shown_line(std::string_view line) {
     constexpr std::size_t kMostShown = 300;
     line = line.substr(0, line.find_first_of("\r\n"));
-    const std::string shown = printable(line.substr(0, kMostShown), Backslash::kAsItIs);
+    const std::string shown = text_of(line.substr(0, kMostShown));
     return line.size() > kMostShown ? shown + "..." : shown;
 }
 

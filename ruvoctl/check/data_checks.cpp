@@ -5,6 +5,7 @@
 #include "events/hex_to_bytes.h"
 #include "events/unescape_data.h"
 #include "execution/outgoing.h"
+#include "ruvoctl/characters.h"
 #include "ruvoctl/check/catalogue.h"
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
@@ -18,7 +19,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <memory>
 #include <utility>
 
@@ -30,8 +30,6 @@ constexpr std::size_t kMostBytes = kSentDataBytes - 1;
 // "2024-10-17 ", "03:18:38" and an uptime of ten digits.
 constexpr std::int64_t kLongestUptime_s = 4294967295;
 constexpr std::array<std::string_view, 3> kBuiltInMacros = {"date", "time", "uptime"};
-
-bool is_hex_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
 
 bool is_blank_or_return(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
@@ -224,8 +222,7 @@ class DataCheck {
             const std::string replaced = unescape_data(pair);
             if (replaced.size() != 1) continue;
             add_at("data-altered", i, 2,
-                   fmt::format("the bytes {} are the escape {}", hex_of(pair),
-                               printable(pair, Backslash::kAsItIs)),
+                   fmt::format("the bytes {} are the escape {}", hex_of(pair), text_of(pair)),
                    fmt::format("0x{} is sent in their place", hex_of(replaced)));
         }
     }

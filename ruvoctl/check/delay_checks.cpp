@@ -1,3 +1,4 @@
+#include "core/time_units.h"
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
 
@@ -15,7 +16,6 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr std::int64_t kNsPerMs = 1000000;
 // Delays of events are seconds; from here on they are rather meant as milliseconds.
 constexpr std::int32_t kUnlikelySeconds = 50;
 

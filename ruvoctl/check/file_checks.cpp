@@ -126,9 +126,9 @@ void check_returns(Findings& findings, std::size_t line) {
 void check_length(Findings& findings, std::size_t piece) {
     const auto& pieces = findings.source.pieces;
     const std::string_view file = findings.source.text;
-    const auto text_of = [&](const SourcePiece& p) { return file.substr(p.offset, p.length); };
-    const bool begins = piece == 0 || text_of(pieces[piece - 1]).ends_with('\n');
-    if (!begins || text_of(pieces[piece]).ends_with('\n') || piece + 1 == pieces.size()) return;
+    const auto in_file = [&](const SourcePiece& p) { return file.substr(p.offset, p.length); };
+    const bool begins = piece == 0 || in_file(pieces[piece - 1]).ends_with('\n');
+    if (!begins || in_file(pieces[piece]).ends_with('\n') || piece + 1 == pieces.size()) return;
     const SourcePosition position = findings.source.position(pieces[piece].offset);
     const std::string_view line = findings.source.line_text(position.line);
     const std::string_view rest = line.substr(pieces[piece].length);

@@ -135,11 +135,9 @@ std::string_view trim_blanks(std::string_view text) {
 }
 
 std::string step_text(std::string_view event, std::size_t step) {
-    return fmt::format("{} step {}", printable(event, Backslash::kAsItIs), step);
+    return fmt::format("{} step {}", text_of(event), step);
 }
 
-std::string in_quotes(std::string_view text) {
-    return fmt::format("\"{}\"", printable(text, Backslash::kAsItIs));
-}
+std::string in_quotes(std::string_view text) { return fmt::format("\"{}\"", text_of(text)); }
 
 }  // namespace ruvo::ctl

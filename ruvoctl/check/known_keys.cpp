@@ -1,12 +1,12 @@
 #include "ruvoctl/check/known_keys.h"
 
+#include "ruvoctl/characters.h"
 #include "ruvoctl/check/findings.h"
 
 #include <algorithm>
 #include <cctype>
 
 namespace ruvo::ctl {
-
 namespace {
 
 // Of a file with more events, only the first ones are proposed for a misspelt name.
@@ -21,9 +21,7 @@ bool is_step_field(std::string_view field) {
 }
 
 bool is_number(std::string_view text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return std::isdigit(static_cast<unsigned char>(c)) != 0;
-    });
+    return !text.empty() && std::all_of(text.begin(), text.end(), is_decimal_digit);
 }
 
 std::optional<MeantKey> meant_key(std::string_view key) {

@@ -19,10 +19,10 @@ Json diagnostic_json(const SettingsSource& source, const Diagnostic& d) {
                  {"offset", d.offset},
                  {"event", nullptr},
                  {"step", nullptr},
-                 {"cause", printable(d.cause, Backslash::kAsItIs)},
-                 {"effect", printable(d.effect, Backslash::kAsItIs)},
+                 {"cause", text_of(d.cause)},
+                 {"effect", text_of(d.effect)},
                  {"fix", corrected_lines(source, d.fix)}};
-    if (!d.event.empty()) json["event"] = printable(d.event, Backslash::kAsItIs);
+    if (!d.event.empty()) json["event"] = text_of(d.event);
     if (d.step) json["step"] = *d.step;
     return json;
 }
@@ -48,7 +48,7 @@ nlohmann::ordered_json report_json(const std::vector<CheckedFile>& files) {
         for (const Diagnostic& diagnostic : file.result.diagnostics) {
             diagnostics.push_back(diagnostic_json(file.source, diagnostic));
         }
-        list.push_back({{"file", printable(file.path, Backslash::kAsItIs)},
+        list.push_back({{"file", text_of(file.path)},
                         {"summary", summary_json(file.result.summary)},
                         {"diagnostics", std::move(diagnostics)}});
     }

@@ -104,9 +104,7 @@ Json fixes_json(const SettingsSource& source, const std::string& uri, const Diag
 Json result_json(const SettingsSource& source, const std::string& uri, const Diagnostic& d) {
     Json json = {{"ruleId", d.id},
                  {"level", level_of(d.severity)},
-                 {"message",
-                  {{"text", printable(fmt::format("{}; effect: {}", d.cause, d.effect),
-                                      Backslash::kAsItIs)}}},
+                 {"message", {{"text", text_of(fmt::format("{}; effect: {}", d.cause, d.effect))}}},
                  {"locations", Json::array({{{"physicalLocation",
                                               {{"artifactLocation", {{"uri", uri}}},
                                                {"region", region_json(source, d)}}}}})}};

@@ -14,8 +14,8 @@ namespace {
 std::string diagnostic_text(const CheckedFile& file, const Diagnostic& diagnostic,
                             const Style& style) {
     const SourcePosition position = file.source.position(diagnostic.offset);
-    const std::string place = fmt::format("{}:{}:{}:", printable(file.path, Backslash::kAsItIs),
-                                          position.line, position.column);
+    const std::string place =
+        fmt::format("{}:{}:{}:", text_of(file.path), position.line, position.column);
     std::string text = fmt::format(
         "{} {} {}\n    {} {}\n", style.paint(Role::kStrong, place),
         style.paint(role_of(diagnostic.severity),
@@ -49,7 +49,7 @@ std::string indented(std::string_view text) {
     std::string result;
     while (!text.empty()) {
         const auto feed = std::min(text.find('\n'), text.size());
-        result += "    " + printable(text.substr(0, feed), Backslash::kAsItIs) + "\n";
+        result += "    " + text_of(text.substr(0, feed)) + "\n";
         text.remove_prefix(std::min(feed + 1, text.size()));
     }
     return result;
@@ -78,8 +78,8 @@ std::string report_text(const CheckedFile& file, const Style& style) {
     const Role role = summary.fatal + summary.errors > 0 ? Role::kError
                       : summary.warnings > 0             ? Role::kWarning
                                                          : Role::kGood;
-    return text + fmt::format("{}: {}\n", printable(file.path, Backslash::kAsItIs),
-                              style.paint(role, summary_text(summary)));
+    return text +
+           fmt::format("{}: {}\n", text_of(file.path), style.paint(role, summary_text(summary)));
 }
 
 std::string summary_text(const CheckSummary& summary) {

@@ -1,3 +1,4 @@
+#include "core/time_units.h"
 #include "ruvoctl/check/data_checks.h"
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
@@ -22,7 +23,6 @@ namespace ruvo::ctl {
 namespace {
 
 constexpr std::array<std::int32_t, 3> kOwnPorts = {2700, 50001, 50003};
-constexpr std::int64_t kNsPerMs = 1000000;
 constexpr std::int64_t kTcpTailNs = 2000 * kNsPerMs;
 
 bool is_ipv4(const std::string& text) {

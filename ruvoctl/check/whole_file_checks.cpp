@@ -1,3 +1,4 @@
+#include "core/time_units.h"
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
 #include "ruvoctl/socket_destination.h"
@@ -14,8 +15,6 @@
 
 namespace ruvo::ctl {
 namespace {
-
-constexpr std::int64_t kNsPerSecond = 1000000000;
 
 void check_pending(Findings& findings) {
     std::size_t waiting = 0;

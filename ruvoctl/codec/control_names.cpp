@@ -71,8 +71,6 @@ constexpr std::array<Name, 48> kNames = {{
     {"LF CR", "\n\r", Letters::kAny},
 }};
 
-constexpr std::size_t kLongestName = 5;
-
 std::string in_capitals(std::string_view word) {
     std::string result(word);
     for (char& c : result) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -111,7 +109,7 @@ std::string_view control_name(char byte) {
 std::string_view bracketed_word(std::string_view text, std::size_t position) {
     const std::string_view rest = text.substr(position);
     if (rest.empty() || (rest[0] != '<' && rest[0] != '[')) return {};
-    const std::string_view inner = rest.substr(1, kLongestName + 1);
+    const std::string_view inner = rest.substr(1, kLongestControlName + 1);
     const auto closing = inner.find(rest[0] == '<' ? '>' : ']');
     return closing == std::string_view::npos ? std::string_view() : inner.substr(0, closing);
 }

@@ -7,6 +7,9 @@
 
 namespace ruvo::ctl {
 
+// In characters.
+inline constexpr std::size_t kLongestControlName = 5;
+
 // The bytes that a name stands for: "CR", "STX", "SP", "CRLF". Names are in capitals; those
 // that are no words or tags otherwise may be in any case ("cr"). Nothing for other words.
 std::optional<std::string> control_bytes(std::string_view name);

@@ -26,9 +26,9 @@ bool has_index(const EventDefinition& definition) {
 
 std::string why_no_data_key(std::string_view key) {
     if (key.find('=') != std::string_view::npos) return "a key holds no '='";
-    if (printable(key, Backslash::kAsItIs) != key) return "it holds characters that are no text";
+    if (text_of(key) != key) return "it holds characters that are no text";
     const EventDefinition definition = split_key(key, "");
-    const std::string name = printable(definition.name, Backslash::kAsItIs);
+    const std::string name = text_of(definition.name);
     if (definition.kind == kPlainKey) {
         return "there is no field in it; the data of a step is a key like EventData0";
     }
@@ -39,7 +39,7 @@ std::string why_no_data_key(std::string_view key) {
     if (!has_index(definition)) {
         return fmt::format(
             "\"{}\" is no number of a step; it makes the whole file count for nothing",
-            printable(definition.index, Backslash::kAsItIs));
+            text_of(definition.index));
     }
     return {};
 }

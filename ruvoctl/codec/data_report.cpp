@@ -18,7 +18,7 @@
 namespace ruvo::ctl {
 namespace {
 
-std::string shown(std::string_view text) { return printable(text, Backslash::kAsItIs); }
+std::string shown(std::string_view text) { return text_of(text); }
 
 const char* bytes_word(std::size_t count) { return count == 1 ? "byte" : "bytes"; }
 

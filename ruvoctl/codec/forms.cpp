@@ -1,6 +1,7 @@
 #include "ruvoctl/codec/forms.h"
 
 #include "events/expand_data.h"
+#include "ruvoctl/characters.h"
 #include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/misfit.h"
 #include "ruvoctl/codec/read_notation.h"
@@ -9,7 +10,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
 namespace ruvo::ctl {
@@ -60,8 +60,7 @@ class TextWriter {
     void add_byte() {
         const char byte = bytes_[position_];
         // Other readers of C take every digit behind \x.
-        const bool joins = form_ == Form::kC && behind_number_ &&
-                           std::isxdigit(static_cast<unsigned char>(byte)) != 0;
+        const bool joins = form_ == Form::kC && behind_number_ && is_hex_digit(byte);
         if (joins) return add_number();
         if (byte == '\\' || byte == '"') return add(std::string("\\") + byte);
         if (is_plain(byte)) return add({&byte, 1});

@@ -1,12 +1,12 @@
 #include "ruvoctl/codec/hex_numbers.h"
 
 #include "events/hex_to_bytes.h"
+#include "ruvoctl/characters.h"
 #include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/misfit.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <utility>
 
 namespace ruvo::ctl {
@@ -24,11 +24,9 @@ constexpr std::array<std::pair<std::string_view, HexMark>, 9> kMarks = {{
     {"<", HexMark::kAngle},
 }};
 
-bool is_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
-
 std::string_view digits_at(std::string_view text, std::size_t position) {
     const std::string_view rest = text.substr(position);
-    const auto end = std::find_if_not(rest.begin(), rest.end(), is_digit);
+    const auto end = std::find_if_not(rest.begin(), rest.end(), is_hex_digit);
     return rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
 }
 
@@ -128,8 +126,6 @@ HexNumber read_enclosed(HexMark mark, std::string_view text, std::size_t positio
     return number_of(mark, digits, end + 1);
 }
 
-bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
 // Whether a number may follow another at once.
 bool follows_at_once(HexMark mark, std::string_view rest) {
     switch (mark) {
@@ -143,11 +139,6 @@ bool follows_at_once(HexMark mark, std::string_view rest) {
             return true;
     }
 }
-
-bool is_word_character(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
-
-// Of a control character.
-constexpr std::size_t kLongestName = 5;
 
 // A control character among numbers.
 struct ListedControl {
@@ -173,8 +164,8 @@ std::optional<ListedControl> escaped_control(std::string_view rest) {
 }
 
 std::optional<ListedControl> bare_control(std::string_view rest) {
-    const std::string_view head = rest.substr(0, kLongestName + 1);
-    const auto end = std::find_if_not(head.begin(), head.end(), is_word_character);
+    const std::string_view head = rest.substr(0, kLongestControlName + 1);
+    const auto end = std::find_if_not(head.begin(), head.end(), is_letter_or_digit);
     const std::string_view word = head.substr(0, static_cast<std::size_t>(end - head.begin()));
     if (word == "FF") return {};
     auto bytes = control_bytes(word);
@@ -222,8 +213,8 @@ class HexList {
     }
 
     void trim() {
-        while (begin_ < end_ && is_blank(text_[begin_])) ++begin_;
-        while (begin_ < end_ && is_blank(text_[end_ - 1])) --end_;
+        while (begin_ < end_ && is_white_space(text_[begin_])) ++begin_;
+        while (begin_ < end_ && is_white_space(text_[end_ - 1])) --end_;
         position_ = begin_;
     }
 
@@ -292,7 +283,7 @@ class HexList {
     }
 
     void skip_blanks() {
-        while (position_ < end_ && is_blank(text_[position_])) ++position_;
+        while (position_ < end_ && is_white_space(text_[position_])) ++position_;
     }
 
     std::string_view text_;

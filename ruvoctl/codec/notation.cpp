@@ -1,20 +1,18 @@
 #include "ruvoctl/codec/notation.h"
 
+#include "ruvoctl/characters.h"
 #include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/hex_numbers.h"
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
 namespace ruvo::ctl {
 namespace {
 
 constexpr std::string_view kSeparators = " \t\r\n,;-:";
-constexpr std::string_view kMarks = "xXhH$%&[]<>{}";
+constexpr std::string_view kMarkCharacters = "xXhH$%&[]<>{}";
 
-bool is_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
-bool is_decimal(char c) { return c >= '0' && c <= '9'; }
 bool is_small_digit(char c) { return c >= 'a' && c <= 'f'; }
 
 // "A B", "FFh" and "[AB][CD]" are words rather than numbers; so is a number that
@@ -69,9 +67,9 @@ std::optional<std::string> digits_of(std::string_view word) {
     for (std::size_t i = 0; i < word.size(); ++i) {
         if (word.substr(i, 2) == "\\x") {
             i += 3;
-        } else if (is_digit(word[i])) {
+        } else if (is_hex_digit(word[i])) {
             digits += word[i];
-        } else if (kMarks.find(word[i]) == std::string_view::npos) {
+        } else if (kMarkCharacters.find(word[i]) == std::string_view::npos) {
             return {};
         }
     }
@@ -81,10 +79,10 @@ std::optional<std::string> digits_of(std::string_view word) {
 // Where plain hexadecimal ends that control characters follow; nothing when there is no such,
 // or nothing but a decimal number or a word in front of them.
 std::optional<std::size_t> digits_before_controls(std::string_view text) {
-    const auto end = std::find_if_not(text.begin(), text.end(), is_digit);
+    const auto end = std::find_if_not(text.begin(), text.end(), is_hex_digit);
     const auto count = static_cast<std::size_t>(end - text.begin());
     const std::string_view rest = text.substr(count);
-    const auto decimals = std::count_if(text.begin(), end, is_decimal);
+    const auto decimals = std::count_if(text.begin(), end, is_decimal_digit);
     const bool mixed = decimals > 0 && decimals < end - text.begin();
     if (rest.empty() || !mixed || count < 4 || count % 2 != 0) return {};
     return are_escapes(rest) || bracketed_control(rest, 0) ? std::optional(count) : std::nullopt;
@@ -109,7 +107,7 @@ class NumberWords {
         if (control_bytes(word) || bracketed_control(word, 0) || are_escapes(word)) return;
         const auto digits = digits_of(word);
         const auto decimals =
-            digits ? std::count_if(digits->begin(), digits->end(), is_decimal) : 0;
+            digits ? std::count_if(digits->begin(), digits->end(), is_decimal_digit) : 0;
         // Words such as FADE are no numbers, nor is a share.
         if (!digits || (decimals == 0 && digits->size() != 2) || word.ends_with('%')) {
             numbers_alone_ = false;
@@ -144,7 +142,7 @@ std::optional<Misfit> nearly_numbers(std::string_view text) {
             return Misfit{*end, "hexadecimal digits end here"};
         }
         if (!NumberWords(text).are_numbers()) return {};
-        if (!std::all_of(text.begin(), text.end(), is_digit)) return misfit;
+        if (!std::all_of(text.begin(), text.end(), is_hex_digit)) return misfit;
         return Misfit{text.size() - 1, "an odd number of hexadecimal digits"};
     }
 }

@@ -1,19 +1,15 @@
 #include "ruvoctl/codec/quoted_notation.h"
 
+#include "ruvoctl/characters.h"
 #include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/hex_numbers.h"
 #include "ruvoctl/codec/misfit.h"
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
 namespace ruvo::ctl {
 namespace {
-
-bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
-bool is_word_character(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
 
 // Walks over the elements of a list once.
 class QuotedReader {
@@ -42,7 +38,7 @@ class QuotedReader {
         }
         if (!read_name()) read_number();
         // The next one must be told from this one.
-        if (position_ < text_.size() && is_word_character(text_[position_])) {
+        if (position_ < text_.size() && is_letter_or_digit(text_[position_])) {
             throw Misfit{position_, "a separator is missing before this"};
         }
     }
@@ -71,7 +67,7 @@ class QuotedReader {
     // CR, STX: between quoted texts a name needs no brackets.
     bool read_name() {
         const std::string_view rest = text_.substr(position_);
-        const auto end = std::find_if_not(rest.begin(), rest.end(), is_word_character);
+        const auto end = std::find_if_not(rest.begin(), rest.end(), is_letter_or_digit);
         const std::string_view word = rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
         if (word == "FF") {
             reading_.notes.push_back({position_, "read as the number FF, not as the form feed"});
@@ -94,7 +90,7 @@ class QuotedReader {
     }
 
     void skip_blanks() {
-        while (position_ < text_.size() && is_blank(text_[position_])) ++position_;
+        while (position_ < text_.size() && is_white_space(text_[position_])) ++position_;
     }
 
     void skip_separator() {

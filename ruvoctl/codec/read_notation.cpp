@@ -1,6 +1,7 @@
 #include "ruvoctl/codec/read_notation.h"
 
 #include "events/hex_to_bytes.h"
+#include "ruvoctl/characters.h"
 #include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/hex_numbers.h"
 #include "ruvoctl/codec/misfit.h"
@@ -11,19 +12,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
 namespace ruvo::ctl {
 namespace {
 
-bool is_hex_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
-
-constexpr std::string_view kBlanks = " \t\r\n";
-
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
-
-bool is_letter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
 
 std::string read_plain_hex(std::string_view text) {
     const auto strange = std::find_if_not(text.begin(), text.end(), is_hex_digit);
@@ -219,8 +213,9 @@ Reading read_as(Notation notation, std::string_view text) {
 }
 
 Reading read_as_most_likely(std::string_view text) {
-    const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
-    const std::string_view inner = text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+    const std::size_t begin = std::min(text.find_first_not_of(kWhiteSpace), text.size());
+    const std::string_view inner =
+        text.substr(begin, text.find_last_not_of(kWhiteSpace) + 1 - begin);
     if (auto reading = read_unless_text(inner)) {
         for (Note& note : reading->notes) note.position += begin;
         if (inner.size() < text.size()) {

@@ -2,6 +2,7 @@
 
 #include "events/expand_data.h"
 #include "events/hex_to_bytes.h"
+#include "ruvoctl/characters.h"
 #include "ruvoctl/codec/control_names.h"
 #include "ruvoctl/codec/misfit.h"
 #include "ruvoctl/output/printable.h"
@@ -30,13 +31,6 @@ constexpr std::array<std::pair<char, char>, 12> kEscapes = {{
     {'\'', '\''},
     {'0', '\0'},
 }};
-
-// Of a control character.
-constexpr std::size_t kLongestName = 5;
-
-bool is_hex_digit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
-
-bool is_octal_digit(char c) { return c >= '0' && c <= '7'; }
 
 char sign_of(TextMark mark) {
     switch (mark) {
@@ -187,13 +181,12 @@ class TextReader {
         const bool caret = sign == '^' && rest().size() > 1 && rest()[1] >= '@' && rest()[1] <= '_';
         if (!caret && (sign == '^' || hex_digits(1).size() < 2)) return;
         note(fmt::format("'{}' stays as it is written; --notation {} reads it as a byte",
-                         printable(rest().substr(0, caret ? 2 : 3), Backslash::kAsItIs),
-                         notation_of(sign)));
+                         text_of(rest().substr(0, caret ? 2 : 3)), notation_of(sign)));
     }
 
     // {CR} and (CR). Names that are words in small letters are rather words here.
     void note_other_brackets() {
-        const std::string_view inner = rest().substr(1, kLongestName + 1);
+        const std::string_view inner = rest().substr(1, kLongestControlName + 1);
         const auto closing = inner.find(rest()[0] == '{' ? '}' : ')');
         if (closing == std::string_view::npos) return;
         const std::string_view name = inner.substr(0, closing);

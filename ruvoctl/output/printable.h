@@ -14,6 +14,9 @@ enum class Backslash { kAsItIs, kDoubled };
 // the text says exactly which bytes it stands for.
 std::string printable(std::string_view bytes, Backslash backslash = Backslash::kDoubled);
 
+// Text to be read by people: its backslashes stay.
+inline std::string text_of(std::string_view text) { return printable(text, Backslash::kAsItIs); }
+
 // Upper-case hexadecimal, two digits a byte.
 std::string hex_of(std::string_view bytes);
 

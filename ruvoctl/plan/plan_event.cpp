@@ -67,8 +67,8 @@ Given given(const SettingsSource& source, const World& world) {
 }
 
 std::string voiding_cause(const EventDefinition& definition, WordSize word) {
-    const auto index = printable(definition.index, Backslash::kAsItIs);
-    const auto name = printable(definition.name, Backslash::kAsItIs);
+    const auto index = text_of(definition.index);
+    const auto name = text_of(definition.name);
     try {
         (void)index_of(definition.index, word);
     } catch (const std::out_of_range&) {

@@ -17,8 +17,6 @@ Json bytes_or_null(const std::optional<std::string>& bytes) {
     return bytes ? bytes_json(*bytes) : Json();
 }
 
-std::string text_of(std::string_view text) { return printable(text, Backslash::kAsItIs); }
-
 Json world_json(const World& world) {
     return {{"now", time_text(world.local_time)},
             {"uptime_s", world.uptime_s},

@@ -46,7 +46,7 @@ std::string without_noncharacters(std::string text) {
 
 std::string xml_text(std::string_view text) {
     std::string escaped;
-    for (const char character : without_noncharacters(printable(text, Backslash::kAsItIs))) {
+    for (const char character : without_noncharacters(text_of(text))) {
         switch (character) {
             case '&':
                 escaped += "&amp;";

@@ -13,16 +13,14 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr std::string_view kMargin = "      ";
-
-std::string text_of(std::string_view text) { return printable(text, Backslash::kAsItIs); }
+constexpr std::string_view kIndent = "      ";
 
 std::string counted(std::size_t count, std::string_view thing) {
     return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
 }
 
 std::string note(const Style& style, Role role, std::string_view text) {
-    return fmt::format("{}{}\n", kMargin, style.paint(role, text));
+    return fmt::format("{}{}\n", kIndent, style.paint(role, text));
 }
 
 // A carriage return and blanks behind a port or a protocol change nothing.
@@ -154,7 +152,7 @@ std::string data_text(const PlannedStep& step, const Style& style) {
         return note(style, Role::kFaint,
                     tcp ? "no data: a connection without a byte" : "no data: an empty datagram");
     }
-    return hex_dump(*step.data, kMargin) + report_note(step, style);
+    return hex_dump(*step.data, kIndent) + report_note(step, style);
 }
 
 std::string what_and_where(const PlannedStep& step) {

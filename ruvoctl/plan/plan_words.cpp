@@ -18,11 +18,10 @@ std::string unreachable_text(const PlannedEvent& event, LookedUpBy by) {
         return fmt::format(
             "{} finds the event \"{}\"",
             by == LookedUpBy::kName ? "its name in a test command" : "its trigger name",
-            printable(found->name, Backslash::kAsItIs));
+            text_of(found->name));
     }
     if (by == LookedUpBy::kName) return "no test command can hold its name";
-    return fmt::format("no client can send the trigger name \"{}\"",
-                       printable(event.trigger, Backslash::kAsItIs));
+    return fmt::format("no client can send the trigger name \"{}\"", text_of(event.trigger));
 }
 
 }  // namespace
@@ -157,7 +156,7 @@ std::string reason_text(const PlannedStep& step) {
             return step.protocol.empty()
                        ? "it has no protocol"
                        : fmt::format("the protocol \"{}\" holds neither UDP nor TCP in capitals",
-                                     printable(step.protocol, Backslash::kAsItIs));
+                                     text_of(step.protocol));
         case StepReason::kRefusedDestination:
             return fmt::format("the system refuses {}:{} by {}", step.destination.ip,
                                step.destination.port, sender_text(step.sender));

@@ -12,7 +12,7 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr std::string_view kLegend =
+constexpr std::string_view kLegendText =
     "####  begins in this time   x  not sent\n"
     "----  may leave so late: TCP connects (2 s), a report is fetched (6 s at most)\n";
 
@@ -91,7 +91,7 @@ std::string axis_rows(const Canvas& canvas) {
 
 std::string event_drawing(const PlannedEvent& event, LookedUpBy by, std::size_t width,
                           const Style& style) {
-    std::string text = style.paint(Role::kStrong, printable(event.name, Backslash::kAsItIs)) + "\n";
+    std::string text = style.paint(Role::kStrong, text_of(event.name)) + "\n";
     if (!event.start) return text + fmt::format("  not run: {}\n", outcome_text(event, by));
     const Canvas canvas = canvas_for(event, width);
     for (const PlannedStep& step : event.steps) text += step_row(step, canvas, style);
@@ -107,7 +107,7 @@ std::string timeline(const Plan& plan, std::size_t width, const Style& style) {
                               style) +
                 "\n";
     }
-    return text.empty() ? text : text + std::string(kLegend);
+    return text.empty() ? text : text + std::string(kLegendText);
 }
 
 }  // namespace ruvo::ctl
