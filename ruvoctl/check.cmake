@@ -9,6 +9,9 @@ target_sources(ruvo_ctl PRIVATE
   check/findings.cpp
   check/key_checks.cpp
   check/known_keys.cpp
+  check/lost_step_checks.cpp
+  check/missing_indices.cpp
+  check/name_lines.cpp
   check/report_json.cpp
   check/report_sarif.cpp
   check/report_text.cpp

@@ -52,6 +52,7 @@ CheckResult check_settings(const SettingsSource& source, const CheckOptions& opt
         check_counts(findings);
         check_triggers(findings);
         check_steps(findings);
+        check_lost_steps(findings);
         check_delays(findings);
         check_whole_file(findings, result.summary);
     }

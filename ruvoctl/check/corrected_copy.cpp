@@ -6,6 +6,7 @@
 #include <dtl/dtl.hpp>
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <sstream>
 #include <string_view>
@@ -16,7 +17,29 @@ namespace {
 
 // A fix may bring to light what stood in its shadow; more rounds than this only go in
 // circles.
-constexpr int kMostRounds = 8;
+constexpr int kMostRounds = 40;
+
+// Fixes are made in this order, those of one line of the table together: each is made out
+// from the names and numbers that the text before it has. What is not in the table
+// replaces values and comes between the last two lines.
+constexpr std::array<std::pair<std::string_view, int>, 22> kTurns = {{
+    {"byte-order-mark", 0},    {"cr-line-ends", 0},        {"comment-is-setting", 1},
+    {"field-word-voids", 2},   {"field-in-name", 2},       {"field-at-beginning", 2},
+    {"blank-in-key", 3},       {"blank-before-equals", 3}, {"count-blank", 3},
+    {"unknown-key", 3},        {"index-not-a-number", 3},  {"event-field-index", 3},
+    {"built-in-case", 4},      {"missing-index", 5},       {"duplicate-count", 6},
+    {"count-missing", 7},      {"count-garbage", 7},       {"count-above-128", 7},
+    {"index-beyond-count", 7}, {"indices-from-1", 8},      {"delay-order", 10},
+    {"delay-gap", 11},
+}};
+constexpr int kValueTurn = 9;
+constexpr int kTurnsEnd = 12;
+
+int turn_of(std::string_view id) {
+    const auto found = std::find_if(kTurns.begin(), kTurns.end(),
+                                    [&](const auto& turn) { return turn.first == id; });
+    return found == kTurns.end() ? kValueTurn : found->second;
+}
 
 std::size_t end_of(const Edit& edit) { return edit.offset + edit.length; }
 
@@ -70,38 +93,54 @@ class EditSet {
 };
 
 // Whether a text is no worse than the one before: not void where that was not, and at
-// least as much of it is sent as it is written.
-bool is_no_worse(const std::string& text, const CheckSummary& before, const CheckOptions& options) {
+// least as much of it is sent as it is written. Where an event comes into being, its own
+// errors come to light; from values on there is no excuse for more of them.
+bool is_no_worse(const std::string& text, const CheckSummary& before, int turn,
+                 const CheckOptions& options) {
     const CheckSummary after = check_settings(read_source(text), options).summary;
-    return after.fatal <= before.fatal && after.sends_as_written >= before.sends_as_written;
+    return after.fatal <= before.fatal && after.sends_as_written >= before.sends_as_written &&
+           (turn < kValueTurn || after.errors <= before.errors);
 }
 
 // Fixes that do well alone may do harm together: each is made only if it does none.
-std::string fix_one_by_one(const SettingsSource& source, const CheckResult& found,
+std::string fix_one_by_one(const SettingsSource& source, const CheckResult& found, int turn,
                            const CheckOptions& options) {
     constexpr int kMostTried = 100;
     std::string text = source.text;
     EditSet made;
     int tried = 0;
     for (const Diagnostic& diagnostic : found.diagnostics) {
-        if (diagnostic.fix.empty() || ++tried > kMostTried) continue;
+        if (diagnostic.fix.empty() || turn_of(diagnostic.id) != turn) continue;
+        if (++tried > kMostTried) break;
         EditSet more = made;
         more.add(diagnostic.fix);
         std::string candidate = apply_edits(source.text, more.take());
-        if (!is_no_worse(candidate, found.summary, options)) continue;
+        if (!is_no_worse(candidate, found.summary, turn, options)) continue;
         made = std::move(more);
         text = std::move(candidate);
     }
     return text;
 }
 
+std::string fix_in_turn(const SettingsSource& source, const CheckResult& found, int turn,
+                        const CheckOptions& options) {
+    EditSet edits;
+    for (const Diagnostic& diagnostic : found.diagnostics) {
+        if (turn_of(diagnostic.id) == turn) edits.add(diagnostic.fix);
+    }
+    std::string text = apply_edits(source.text, edits.take());
+    if (text == source.text || is_no_worse(text, found.summary, turn, options)) return text;
+    return fix_one_by_one(source, found, turn, options);
+}
+
+// The text with the fixes of the first turn that has some which do no harm.
 std::string fix_once(const SettingsSource& source, const CheckOptions& options) {
     const CheckResult found = check_settings(source, options);
-    EditSet edits;
-    for (const Diagnostic& diagnostic : found.diagnostics) edits.add(diagnostic.fix);
-    std::string text = apply_edits(source.text, edits.take());
-    if (is_no_worse(text, found.summary, options)) return text;
-    return fix_one_by_one(source, found, options);
+    for (int turn = 0; turn < kTurnsEnd; ++turn) {
+        std::string text = fix_in_turn(source, found, turn, options);
+        if (text != source.text) return text;
+    }
+    return source.text;
 }
 
 std::vector<std::string> lines_of(const std::string& text) {
@@ -123,11 +162,11 @@ std::string shown_line(std::string_view line) {
     return line.size() > kMostShown ? shown + "..." : shown;
 }
 
-// The corrected line, or of a very long one the piece around the edits.
+// The corrected line, or of a long one the piece around the edits.
 std::string corrected_line(const SettingsSource& source, std::size_t line,
                            const std::vector<Edit>& edits) {
-    constexpr std::size_t kAround = 200;
-    constexpr std::size_t kLongLine = 4096;
+    constexpr std::size_t kAround = 100;
+    constexpr std::size_t kLongLine = 300;
     std::size_t begin = source.line_offset(line);
     std::size_t end = begin + source.line_text(line).size();
     if (end - begin > kLongLine) {

@@ -1,5 +1,6 @@
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
+#include "ruvoctl/check/name_lines.h"
 #include "ruvoctl/nearest_word.h"
 
 #include "core/number_text.h"
@@ -8,48 +9,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace ruvo::ctl {
 namespace {
-
-// The lines of one event name, whether it has an entry or not.
-struct NameLines {
-    std::string_view name;
-    std::vector<std::size_t> counts;
-    std::optional<std::size_t> first_step;  // the first line that configures a step
-    std::uint32_t highest_step = 0;
-};
-
-bool begins_with_number(std::string_view value) {
-    std::string_view text = trim_blanks(value);
-    if (text.starts_with('-') || text.starts_with('+')) text.remove_prefix(1);
-    return !text.empty() && is_number(text.substr(0, 1));
-}
-
-std::vector<NameLines> lines_by_name(const Findings& findings) {
-    std::vector<NameLines> names;
-    std::unordered_map<std::string_view, std::size_t> position;
-    for (std::size_t i = 0; i < findings.source.definitions.size(); ++i) {
-        const EventDefinition& d = findings.definition(i);
-        if (d.kind == kPlainKey || findings.is_damaged(i)) continue;
-        const auto [entry, added] = position.emplace(d.name, names.size());
-        if (added) names.push_back({d.name, {}, {}, 0});
-        NameLines& lines = names[entry->second];
-        if (d.kind == kFieldKey && d.field == "Count") lines.counts.push_back(i);
-        const std::string_view index = trim_blanks(d.index);
-        const bool step = d.kind == kIndexedKey && !is_event_field(d.field) && is_number(index) &&
-                          index.size() < 4;
-        if (!step) continue;
-        if (!lines.first_step) lines.first_step = i;
-        lines.highest_step = std::max(lines.highest_step, index_of(std::string(index)));
-    }
-    return names;
-}
 
 class CountChecks {
   public:
@@ -130,18 +97,9 @@ class CountChecks {
                 : fmt::format("{} has steps but no {}", in_quotes(name), in_quotes(name + "Count")),
             "the event does not exist: nothing of it is sent");
         diagnostic.event = name;
-        if (misspelt || !is_whole_step(name) || lines.highest_step >= 128) return;
+        if (misspelt || !findings_.has_whole_steps(name) || lines.highest_step >= 128) return;
         diagnostic.fix = {findings_.insert_line_before(
             record, fmt::format("{}Count={}", name, lines.highest_step + 1))};
-    }
-
-    // Whether the lines of a name are those of an event, not of some other program.
-    bool is_whole_step(const std::string& name) const {
-        std::set<std::string_view> fields;
-        for (const std::size_t record : findings_.records_of(name)) {
-            fields.insert(findings_.definition(record).field);
-        }
-        return fields.contains("IP") && fields.contains("Port") && fields.contains("Protocol");
     }
 
     void add_not_positive(const NameLines& lines) {
@@ -262,7 +220,31 @@ class CountChecks {
             lost ? "step 0 sends nothing, and the last one is at the Count and so lost"
                  : "step 0 sends nothing");
         diagnostic.event = name;
-        diagnostic.fix = renumber(name);
+        if (!is_scattered(name)) diagnostic.fix = renumber(name);
+    }
+
+    // Whether lines that were meant for the event are read as something else: they have to
+    // be put right before the steps are given other numbers.
+    bool is_scattered(const std::string& name) {
+        if (!scattered_) scattered_ = scattered_names();
+        return scattered_->contains(name);
+    }
+
+    std::set<std::string, std::less<>> scattered_names() const {
+        std::set<std::string, std::less<>> names;
+        for (std::size_t i = 0; i < findings_.source.definitions.size(); ++i) {
+            const EventDefinition& d = findings_.definition(i);
+            const std::string_view key = findings_.source.key(i);
+            if (d.kind == kFieldKey && is_step_field(d.field)) names.insert(d.name);
+            if (const auto meant = meant_key(key)) {
+                std::string name(meant->name);
+                std::erase_if(name, [](char c) { return c == ' ' || c == '\t'; });
+                if (name != d.name) names.insert(name);
+            } else if (auto event = known_.beginning_of(key)) {
+                names.insert(*std::move(event));
+            }
+        }
+        return names;
     }
 
     bool has_number(std::size_t record) const {
@@ -290,6 +272,7 @@ class CountChecks {
 
     Findings& findings_;
     KnownNames known_;
+    std::optional<std::set<std::string, std::less<>>> scattered_;
 };
 
 }  // namespace

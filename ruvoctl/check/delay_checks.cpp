@@ -19,12 +19,6 @@ namespace {
 // Delays of events are seconds; from here on they are rather meant as milliseconds.
 constexpr std::int32_t kUnlikelySeconds = 50;
 
-// A number and nothing else.
-bool is_plain_number(std::string_view text) {
-    if (text.starts_with('-') || text.starts_with('+')) text.remove_prefix(1);
-    return is_number(text);
-}
-
 // "1s", "0.5", "250 ms" in milliseconds; `unit_ms` is what a number without a unit counts.
 std::optional<std::int64_t> milliseconds_of(std::string_view text, double unit_ms) {
     const std::string number(text);
@@ -33,6 +27,9 @@ std::optional<std::int64_t> milliseconds_of(std::string_view text, double unit_m
         return {};
     }
     const double value = std::strtod(number.c_str(), &end);
+    // No one means powers of ten or hexadecimal numbers here.
+    const auto digits = static_cast<std::size_t>(end - number.c_str());
+    if (number.find_first_not_of("0123456789.") < digits) return {};
     const std::string unit = lower_case(trim_blanks(end));
     const double factor = unit.empty()                                        ? unit_ms
                           : unit == "ms" || unit == "msec"                    ? 1

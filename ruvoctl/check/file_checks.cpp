@@ -33,23 +33,27 @@ bool check_encoding(Findings& findings) {
     return false;
 }
 
-void check_byte_order_mark(Findings& findings) {
+// Files that are put together have a mark in front of each part.
+void check_byte_order_mark(Findings& findings, std::size_t record) {
     const SettingsSource& source = findings.source;
-    if (!source.text.starts_with(kByteOrderMark)) return;
-    if (source.definitions.empty() || source.piece_of[0] != 0) return;
-    const std::string_view key = source.key(0).substr(kMarkBytes);
+    if (!source.key(record).starts_with(kByteOrderMark)) return;
+    const std::string_view key = source.key(record).substr(kMarkBytes);
     const EventDefinition meant = split_key(key, "");
-    findings.damage(0);
+    findings.damage(record);
     if (meant.kind == kPlainKey || looks_like_comment(key)) return;
-    auto& diagnostic = findings.add(
-        "byte-order-mark", 0, kMarkBytes, "a byte-order mark stands in front of the first key",
-        fmt::format("the key is not {}: the line is lost", in_quotes(key)));
+    auto& diagnostic =
+        findings.add("byte-order-mark", source.key_offset(record), kMarkBytes,
+                     fmt::format("a byte-order mark stands in front of {} key",
+                                 source.key_offset(record) == 0 ? "the first" : "the"),
+                     fmt::format("the key is not {}: the line is lost", in_quotes(key)));
     diagnostic.event = meant.name;
-    diagnostic.fix = {{0, kMarkBytes, ""}};
-    findings.explain(std::string(key));
-    if (findings.model.records[0].fate == Fate::kCreates) {
-        findings.dismiss(*findings.model.records[0].event);
-    }
+    // A blank before "=" would void the file once the mark is gone.
+    const bool blank = meant.kind == kIndexedKey && trim_blanks(meant.index).empty();
+    const std::string key_without = blank ? meant.name + meant.field : std::string(key);
+    diagnostic.fix = {findings.replace_key(record, key_without)};
+    findings.explain(key_without);
+    const RecordModel& model = findings.model.records[record];
+    if (model.fate == Fate::kCreates) findings.dismiss(*model.event);
 }
 
 // The record that a piece of the file holds.
@@ -146,7 +150,9 @@ void check_length(Findings& findings, std::size_t piece) {
 
 bool check_file_form(Findings& findings) {
     if (!check_encoding(findings)) return false;
-    check_byte_order_mark(findings);
+    for (std::size_t i = 0; i < findings.source.definitions.size(); ++i) {
+        check_byte_order_mark(findings, i);
+    }
     for (std::size_t i = 0; i < findings.source.pieces.size(); ++i) {
         check_zero_bytes(findings, i);
         check_length(findings, i);

@@ -118,6 +118,18 @@ Edit Findings::remove_line(std::size_t record) const {
     return {piece.offset, piece.length, ""};
 }
 
+bool Findings::has_whole_steps(std::string_view name) const {
+    std::set<std::string_view> fields;
+    for (const std::size_t record : records_of(name)) fields.insert(definition(record).field);
+    return fields.contains("IP") && fields.contains("Port") && fields.contains("Protocol");
+}
+
+void Findings::take_over(const Findings& others) {
+    explained_ = others.explained_;
+    dismissed_names_ = others.dismissed_names_;
+    damaged_ = others.damaged_;
+}
+
 bool Findings::is_examined(std::size_t event) const {
     const auto same_name = model.events_of.find(model.list[event].name);
     return same_name->second.front() == event && !dismissed_.contains(event);

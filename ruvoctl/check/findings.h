@@ -12,6 +12,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace ruvo::ctl {
@@ -79,7 +80,14 @@ class Findings {
     void damage(std::size_t record) { damaged_.insert(record); }
     bool is_damaged(std::size_t record) const { return damaged_.contains(record); }
 
-    std::vector<Diagnostic> take() { return std::move(diagnostics_); }
+    // Whether the lines of a name are those of an event, not of some other program.
+    bool has_whole_steps(std::string_view name) const;
+
+    // Knows what the others have explained, dismissed and found damaged.
+    void take_over(const Findings& others);
+    void adopt(Diagnostic diagnostic) { diagnostics_.push_back(std::move(diagnostic)); }
+
+    std::vector<Diagnostic> take() { return std::exchange(diagnostics_, {}); }
     const std::vector<Diagnostic>& diagnostics() const { return diagnostics_; }
 
   private:
@@ -113,6 +121,7 @@ void check_keys(Findings& findings);
 void check_counts(Findings& findings);
 void check_triggers(Findings& findings);
 void check_steps(Findings& findings);
+void check_lost_steps(Findings& findings);
 void check_delays(Findings& findings);
 void check_whole_file(Findings& findings, CheckSummary& summary);
 

@@ -1,5 +1,6 @@
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
+#include "ruvoctl/check/missing_indices.h"
 #include "ruvoctl/nearest_word.h"
 
 #include "core/number_text.h"
@@ -39,7 +40,8 @@ std::string trailing_digits(std::string_view text) {
 
 class KeyChecks {
   public:
-    explicit KeyChecks(Findings& findings) : findings_(findings), names_(findings.source) {}
+    explicit KeyChecks(Findings& findings)
+        : findings_(findings), names_(findings.source), missing_(findings) {}
 
     void run() {
         for (std::size_t i = 0; i < findings_.source.definitions.size(); ++i) {
@@ -195,8 +197,11 @@ class KeyChecks {
                                 "whole file where such an event exists",
                                 in_quotes(d.name)));
         diagnostic.event = d.name;
-        const std::string text(key(record));
-        diagnostic.fix = {{findings_.source.key_offset(record), text.size() + 1, text + ":"}};
+        const std::size_t begin = findings_.source.key_offset(record);
+        const std::size_t end = findings_.source.value_offset(record) + d.value.size();
+        for (std::size_t i = begin; i < end; ++i) {
+            if (findings_.source.text[i] == '=') diagnostic.fix.push_back({i, 1, ":"});
+        }
     }
 
     // --- blanks in keys
@@ -248,10 +253,10 @@ class KeyChecks {
         std::string trimmed(trim_blanks(name));
         if (trimmed.empty()) return {};
         if (name.front() == ' ' || name.front() == '\t') return trimmed;
-        if (trimmed != name && names_.contains(trimmed)) return trimmed;
+        if (trimmed != name && is_known(trimmed)) return trimmed;
         std::string joined = name;
         std::erase_if(joined, [](char c) { return c == ' ' || c == '\t'; });
-        if (!names_.contains(name) && names_.contains(joined)) return joined;
+        if (!names_.contains(name) && is_known(joined)) return joined;
         return {};
     }
 
@@ -308,6 +313,9 @@ class KeyChecks {
         const std::string value = lower_case(trim_blanks(findings_.trimmed_value(record)));
         if (key(record) == "DataEncode" && value != "hex") {
             add_unread(record, "data is hexadecimal, always");
+        }
+        if (key(record) == "FastCableDetectEvents" && value == "true") {
+            add_unread(record, "cables are not watched");
         }
         if (key(record) == "EnableEvents" && value == "false" && !findings_.model.list.empty()) {
             add_unread(record, "the switch is the device's setting network.ruvo.enable");
@@ -438,16 +446,15 @@ class KeyChecks {
 
     void check_missing_index(std::size_t record) {
         const EventDefinition& d = definition(record);
-        if (!is_step_field(d.field)) {
-            if (model(record).fate == Fate::kNoEvent && !names_.contains(d.name)) {
+        const bool step_field = is_step_field(d.field);
+        if (!names_.contains(d.name) && !(step_field && is_meant_for_event(d.name))) {
+            if (model(record).fate == Fate::kNoEvent) {
                 add_unread(record, fmt::format("there is no {}", in_quotes(d.name + "Count")));
             }
             return;
         }
-        if (!is_known(d.name)) {
-            return add_unread(record, fmt::format("there is no {}", in_quotes(d.name + "Count")));
-        }
-        const std::optional<std::size_t> step = first_step_without(record);
+        if (!step_field) return;
+        const std::optional<std::uint32_t> step = missing_.step_of(record);
         auto& diagnostic = findings_.add_key(
             "missing-index", record,
             fmt::format("{} has no index: it belongs to no step", in_quotes(key(record))),
@@ -456,24 +463,20 @@ class KeyChecks {
                  : std::string("nothing reads it"));
         diagnostic.event = d.name;
         if (!step) return;
-        diagnostic.step = static_cast<std::uint32_t>(*step);
+        diagnostic.step = step;
         const std::string meant = std::string(key(record)) + std::to_string(*step);
         diagnostic.fix = corrected_key(record, meant);
         findings_.explain(meant);
     }
 
-    // The first step of the event that has no line for the record's field; step 0 of an
-    // event that does not exist.
-    std::optional<std::size_t> first_step_without(std::size_t record) const {
-        const EventDefinition& d = definition(record);
-        const auto found = findings_.model.events_of.find(d.name);
-        if (found == findings_.model.events_of.end()) return 0;
-        const std::size_t steps = findings_.model.events[found->second.front()].steps.size();
-        for (std::size_t i = 0; i < steps; ++i) {
-            const bool told = findings_.is_explained(d.name + d.field + std::to_string(i));
-            if (!told && lacks(d.name, d.field, i)) return i;
+    // Whether lines without an index are rather those of an event than of another program.
+    bool is_meant_for_event(std::string_view name) {
+        if (names_.has_steps(name)) return true;
+        std::set<std::string_view> fields;
+        for (const std::size_t i : findings_.records_of(name)) {
+            if (is_step_field(definition(i).field)) fields.insert(definition(i).field);
         }
-        return {};
+        return fields.size() > 1;
     }
 
     // Whether a step that the event has lacks a line for a field.
@@ -622,6 +625,7 @@ class KeyChecks {
 
     Findings& findings_;
     KnownNames names_;
+    MissingIndices missing_;
     std::unordered_set<std::string> renamed_;
     std::unordered_set<std::string> subjects_;
     std::unordered_map<std::string_view, std::vector<std::size_t>> meant_for_;

@@ -24,6 +24,17 @@ bool is_number(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), is_decimal_digit);
 }
 
+bool is_plain_number(std::string_view text) {
+    if (text.starts_with('-') || text.starts_with('+')) text.remove_prefix(1);
+    return is_number(text);
+}
+
+bool begins_with_number(std::string_view value) {
+    std::string_view text = trim_blanks(value);
+    if (text.starts_with('-') || text.starts_with('+')) text.remove_prefix(1);
+    return !text.empty() && is_number(text.substr(0, 1));
+}
+
 std::optional<MeantKey> meant_key(std::string_view key) {
     std::optional<MeantKey> meant;
     for (const std::string_view field : kFieldWords) {

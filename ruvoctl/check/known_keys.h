@@ -25,6 +25,10 @@ bool is_step_field(std::string_view field);   // Protocol, IP, Port, Data
 
 // Only digits, at least one.
 bool is_number(std::string_view text);
+// The same, with a sign in front or without.
+bool is_plain_number(std::string_view text);
+// A number, and whatever behind it.
+bool begins_with_number(std::string_view value);
 
 // How a person reads a key: the last field word that a number or nothing follows.
 struct MeantKey {

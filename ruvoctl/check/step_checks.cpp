@@ -196,7 +196,8 @@ class StepChecks {
         const std::string text(outgoing(*command_).ip);
         if (is_ipv4(text)) return true;
         const std::string trimmed(findings_.trimmed_value(record));
-        if (is_ipv4(trimmed) && command_->ip == trimmed + "\r") {
+        if (is_ipv4(trimmed) &&
+            is_only_returns(std::string_view(command_->ip).substr(trimmed.size()))) {
             add_return_in_ip(record, trimmed);
         } else {
             add_invalid_ip(record, trimmed);
@@ -204,9 +205,14 @@ class StepChecks {
         return false;
     }
 
+    static bool is_only_returns(std::string_view text) {
+        return text.find_first_not_of('\r') == std::string_view::npos;
+    }
+
     void add_return_in_ip(std::size_t record, const std::string& trimmed) {
         auto& diagnostic = about(findings_.add(
-            "cr-in-ip", findings_.source.value_offset(record) + trimmed.size(), 1,
+            "cr-in-ip", findings_.source.value_offset(record) + trimmed.size(),
+            command_->ip.size() - trimmed.size(),
             "a carriage return at the end of the line belongs to the address",
             if_sent(fmt::format("{} goes to 0.0.0.0, this very device", this_step()))));
         diagnostic.fix = {findings_.replace_whole_value(record, trimmed)};
@@ -247,9 +253,9 @@ class StepChecks {
         if (findings_.is_damaged(record)) return false;
         check_word_of_port(record);
         const long long number = std::strtoll(command_->port.c_str(), nullptr, 10);
-        if (number >= 1 && number <= 65535) return true;
         const std::string_view value = trim_blanks(findings_.trimmed_value(record));
-        const bool is_text = number == 0 && value.find_first_not_of("0123456789") != value.npos;
+        const bool is_text = !is_plain_number(value);
+        if (number >= 1 && number <= 65535 && !is_text) return true;
         add_value("port-invalid", record,
                   value.empty() ? fmt::format("the port of {} is empty", this_step())
                   : is_text     ? fmt::format("{} is no port number", in_quotes(value))
@@ -280,22 +286,29 @@ class StepChecks {
     void check_destination(const SocketDestination& to) {
         // A refused port is told as the port that it is not.
         if (to.port != 0 && always_refused(sender_, to)) {
-            add_refused(
-                to.ip == "255.255.255.255"
-                    ? fmt::format("{} is every device of the net", to.ip)
-                    : fmt::format("{} is a group of devices, and TCP speaks to one", to.ip));
-        } else if (to.ip.ends_with(".255") && !is_group(to)) {
+            add_refused(to.ip == "255.255.255.255"
+                            ? fmt::format("{} is every device of the net", to.ip)
+                        : is_group_of_devices(to)
+                            ? fmt::format("{} is a group of devices, and TCP speaks to one", to.ip)
+                            : fmt::format("{} is the broadcast address within this device", to.ip));
+        } else if (may_be_broadcast(to)) {
             add_value("maybe-broadcast", *step_->ip,
                       fmt::format("{} is a broadcast address in most nets", to.ip),
                       "where it is, the device refuses to send to it, and nothing leaves");
         }
     }
 
-    // TCP is refused by every group of devices, and nothing else.
-    static bool is_group(const SocketDestination& to) {
+    // Of TCP's refusals, those that UDP does not share.
+    static bool is_group_of_devices(const SocketDestination& to) {
+        return always_refused(Sender::kTcp, to) && !always_refused(Sender::kUdp, to);
+    }
+
+    // The last address of a net of the commonest size; the device's own has another mask.
+    static bool may_be_broadcast(const SocketDestination& to) {
         SocketDestination any_port = to;
         any_port.port = 1;
-        return always_refused(Sender::kTcp, any_port);
+        return to.ip.ends_with(".255") && !to.ip.starts_with("127.") && !to.ip.starts_with("0.") &&
+               !always_refused(Sender::kTcp, any_port);
     }
 
     void add_refused(std::string cause) {

@@ -75,10 +75,10 @@ class TriggerChecks {
 
     void check_value(std::size_t index) {
         const std::size_t record = *event(index).trigger_record;
-        if (trim_blanks(findings_.trimmed_value(record)).empty()) {
-            add_empty(index, record);
-        } else if (findings_.definition(record).value.ends_with('\r')) {
+        if (findings_.definition(record).value.ends_with('\r')) {
             add_return(index, record);
+        } else if (trim_blanks(findings_.trimmed_value(record)).empty()) {
+            add_empty(index, record);
         }
         if (is_built_in_event(entry(index).name) &&
             findings_.trimmed_value(record) != entry(index).name) {
@@ -92,14 +92,16 @@ class TriggerChecks {
 
     void add_return(std::size_t index, std::size_t record) {
         const std::size_t length = findings_.definition(record).value.size();
+        const std::string name(trim_blanks(findings_.trimmed_value(record)));
         auto& diagnostic =
             findings_.add("cr-in-trigger", findings_.source.value_offset(record) + length - 1, 1,
                           "a carriage return at the end of the line belongs to the trigger name",
                           fmt::format("a trigger {} does not run it",
-                                      in_quotes(findings_.trimmed_value(record))));
+                                      in_quotes(name.empty() ? entry(index).name : name)));
         diagnostic.event = entry(index).name;
-        diagnostic.fix = {
-            findings_.replace_whole_value(record, std::string(findings_.trimmed_value(record)))};
+        // Without a name there was none meant.
+        diagnostic.fix = {name.empty() ? findings_.remove_line(record)
+                                       : findings_.replace_whole_value(record, name)};
     }
 
     void add_empty(std::size_t index, std::size_t record) {

@@ -1,4 +1,3 @@
-#include "core/time_units.h"
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
 #include "ruvoctl/socket_destination.h"
@@ -21,15 +20,14 @@ void check_pending(Findings& findings) {
     for (std::size_t i = 0; i < findings.model.events.size(); ++i) {
         if (!findings.is_examined(i)) continue;
         const auto& steps = findings.model.list[i].subCommands;
-        waiting += static_cast<std::size_t>(std::count_if(
-            steps.begin(), steps.end(),
-            [](const SubCommand& step) { return step.delayFromExecNs >= kNsPerSecond; }));
+        waiting += static_cast<std::size_t>(
+            std::count_if(steps.begin(), steps.end(),
+                          [](const SubCommand& step) { return step.delayFromExecNs > 0; }));
         if (waiting <= static_cast<std::size_t>(kSenderSlots)) continue;
         findings
             .add_key(
                 "pending-512", findings.model.events[i].count_record,
-                fmt::format("with this event, {} sends of the file wait for a second or longer",
-                            waiting),
+                fmt::format("with this event, {} sends of the file wait for their delays", waiting),
                 fmt::format("at most {} can wait at a time: of events that are triggered "
                             "together the last sends are dropped",
                             kSenderSlots))

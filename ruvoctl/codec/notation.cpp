@@ -88,6 +88,43 @@ std::optional<std::size_t> digits_before_controls(std::string_view text) {
     return are_escapes(rest) || bracketed_control(rest, 0) ? std::optional(count) : std::nullopt;
 }
 
+// Whether a text is bytes of two digits each, four or more of them, but for one character.
+// Where that stands beside a decimal digit, three bytes will do.
+bool are_bytes_around(std::string_view text, std::size_t strange) {
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < text.size(); ++bytes) {
+        const std::size_t end = std::min(text.find(' ', i), text.size());
+        if (end - i != 2) return false;
+        i = end + 1;
+    }
+    const auto is_decimal_at = [&](std::size_t i) {
+        return i < text.size() && is_decimal_digit(text[i]);
+    };
+    const bool beside = is_decimal_at(strange + 1) || (strange > 0 && is_decimal_at(strange - 1));
+    return bytes >= 4 || (bytes == 3 && beside);
+}
+
+// Whether a text is digits, mostly decimal, but for one letter that looks like one.
+bool are_digits_around(std::string_view text, std::size_t strange) {
+    const auto decimals = std::count_if(text.begin(), text.end(), is_decimal_digit);
+    return text.size() >= 8 && text.size() % 2 == 0 && 2 * decimals >= std::ssize(text) &&
+           std::string_view("OoIl").find(text[strange]) != std::string_view::npos;
+}
+
+// Where one letter stands that is rather a slip than a word among numbers.
+std::optional<std::size_t> slip_in(std::string_view text) {
+    const auto is_strange = [](char c) { return c != ' ' && !is_hex_digit(c); };
+    if (std::count_if(text.begin(), text.end(), is_strange) != 1) return {};
+    if (std::count_if(text.begin(), text.end(), is_decimal_digit) < 2) return {};
+    const auto at = std::find_if(text.begin(), text.end(), is_strange);
+    const auto position = static_cast<std::size_t>(at - text.begin());
+    if (!is_letter(*at)) return {};
+    const bool separated = text.find(' ') != std::string_view::npos;
+    const bool slip =
+        separated ? are_bytes_around(text, position) : are_digits_around(text, position);
+    return slip ? std::optional(position) : std::nullopt;
+}
+
 // Counts the digits of a text whose words are all numbers, well written or not.
 class NumberWords {
   public:
@@ -140,6 +177,9 @@ std::optional<Misfit> nearly_numbers(std::string_view text) {
     } catch (const Misfit& misfit) {
         if (const auto end = digits_before_controls(text)) {
             return Misfit{*end, "hexadecimal digits end here"};
+        }
+        if (const auto slip = slip_in(text)) {
+            return Misfit{*slip, "this is no hexadecimal digit, all the others are"};
         }
         if (!NumberWords(text).are_numbers()) return {};
         if (!std::all_of(text.begin(), text.end(), is_hex_digit)) return misfit;

@@ -289,6 +289,10 @@ TEST(EncodeNotation, TextThatMayBeNumbersIsDoubtful) {
         {"504F4E\\r", 6, "and an escape"},
         {"PON{CR}", 3, "a name in braces"},
         {"PON(CR)", 3, "a name in parentheses"},
+        {"8l 01 04", 1, "a letter that looks like a digit"},
+        {"81 01 O4 00 02 FF", 6, "another one"},
+        {"81 01 04 00 02 FG", 16, "a letter beside the digits"},
+        {"81010400O2FF", 8, "a letter in plain digits"},
     };
     for (const DoubtCase& c : cases) {
         const Reading reading = read_as_most_likely(c.text);
@@ -339,6 +343,13 @@ TEST(EncodeNotation, OrdinaryTextIsBeyondDoubt) {
         "FACE<CR>",
         "A1<CR>",
         "$0D\\0",
+        "12 of 15",
+        "AB CD to",
+        "01 02 ok",
+        "ON 01 02",
+        "IN 01",
+        "20261121OK",
+        "CHANNEL1",
     };
     for (const char* const text : texts) {
         EXPECT_FALSE(is_doubtful(read_as_most_likely(text))) << text;
