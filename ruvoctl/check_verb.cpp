@@ -8,6 +8,7 @@
 #include "ruvoctl/nearest_word.h"
 #include "ruvoctl/output/printable.h"
 #include "ruvoctl/output/style.h"
+#include "ruvoctl/socket_destination.h"
 #include "ruvoctl/status_report.h"
 #include "ruvoctl/verbs.h"
 
@@ -73,9 +74,9 @@ int explain(const CheckArguments& arguments) {
 // OLD=NEW, as --address takes it.
 std::string check_address(const std::string& text) {
     const auto separator = text.find('=');
-    const bool good =
-        separator != std::string::npos && separator > 0 && separator + 1 < text.size();
-    return good ? "" : "'" + text + "' is not OLD=NEW";
+    if (separator == std::string::npos || separator == 0) return "'" + text + "' is not OLD=NEW";
+    const std::string address = text.substr(separator + 1);
+    return is_ipv4_address(address) ? "" : "'" + address + "' is no IPv4 address";
 }
 
 CheckOptions options_of(const CheckArguments& arguments,
@@ -218,6 +219,9 @@ void declare_check(Verb verb) {
         }
         if (std::count(arguments->files.begin(), arguments->files.end(), "-") > 1) {
             throw UsageError("standard input is read once");
+        }
+        if (arguments->fix == "-") {
+            throw UsageError("--fix writes a file; ./- is one of this name");
         }
         if (!arguments->fix.empty() && arguments->files.size() > 1) {
             throw UsageError("--fix corrects one file at a time");

@@ -10,7 +10,9 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <string>
@@ -128,8 +130,9 @@ int run_verb(int argc, char** argv) {
 int run_command_line(int argc, char** argv) {
     try {
         const int status = run_verb(argc, argv);
-        // A full disk behind standard output is a failure like any other.
-        return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? status : kFailed;
+        if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+        fmt::print(stderr, "ruvoctl: cannot write to standard output: {}\n", std::strerror(errno));
+        return kFailed;
     } catch (const std::exception& error) {
         (void)std::fprintf(stderr, "ruvoctl: %s\n", error.what());
         return kFailed;

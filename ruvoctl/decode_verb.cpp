@@ -1,4 +1,5 @@
 #include "core/line_reader.h"
+#include "ruvoctl/codec/data_key.h"
 #include "ruvoctl/codec/data_parts.h"
 #include "ruvoctl/codec/data_report.h"
 #include "ruvoctl/codec/decode_input.h"
@@ -98,6 +99,14 @@ nlohmann::ordered_json decode_json(const DecodeInput& input, const DataReport& r
             {"diagnostics", findings_json(report)}};
 }
 
+// Says when nothing reads the line that the value stands in; false then.
+bool tell_of_key(const DecodeInput& input) {
+    const std::string why = input.key ? why_no_data_key(*input.key) : std::string();
+    if (why.empty()) return true;
+    fmt::print(stderr, "ruvoctl: {}: {}\n", text_of(*input.key), why);
+    return false;
+}
+
 int run_decode(const DecodeOptions& options, const Words& words) {
     const DecodeInput input = find_value(fetch_text(words));
     if (!input.misuse.empty()) {
@@ -114,7 +123,8 @@ int run_decode(const DecodeOptions& options, const Words& words) {
     } else {
         print_report(options, input, report);
     }
-    return input.cut.empty() ? exit_status_of(report) : kProblemsFound;
+    const bool read = tell_of_key(input);
+    return input.cut.empty() && read ? exit_status_of(report) : kProblemsFound;
 }
 
 }  // namespace

@@ -76,9 +76,9 @@ void add_terminators(Verb& verb, EncodeOptions& options) {
     group.add_flag("--cr", options.cr, "A carriage return, 0D");
     group.add_flag("--lf", options.lf, "A line feed, 0A");
     group.add_flag("--crlf", options.crlf, "Both, 0D0A");
-    group.add_taker("--terminator",
-                    [&options](const std::string& text) { options.terminator = text; },
-                    "Any other: CR, ETX, '\\x03', 0x0D0A", {.type_name = "NOTATION"});
+    group.add_taker(
+        "--terminator", [&options](const std::string& text) { options.terminator = text; },
+        "Any other: CR, ETX, '\\x03', 0x0D0A", {.type_name = "NOTATION", .takes_empty = true});
 }
 
 std::string terminator_of(const EncodeOptions& options) {

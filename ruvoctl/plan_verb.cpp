@@ -211,15 +211,11 @@ int print_names_json(const Options& options) {
     return kAsExpected;
 }
 
-// For shells that complete an event's name: whatever goes wrong, they get no message.
+// For shells that complete an event's name.
 int print_names(const Options& options) {
     if (options.common.json) return print_names_json(options);
-    try {
-        for (const std::string& name : read_names(options)) {
-            if (!name.empty()) fmt::print("{}\n", text_of(name));
-        }
-    } catch (const FileError&) {
-        return kAsExpected;  // silent: there is nothing to complete
+    for (const std::string& name : read_names(options)) {
+        if (!name.empty()) fmt::print("{}\n", text_of(name));
     }
     return kAsExpected;
 }
@@ -270,7 +266,7 @@ void add_subject(Verb& verb, Options& options) {
     verb.add_flag("--all", options.all, "Every event of the file");
     verb.add_option("--trigger-text", options.trigger_text,
                     "What a client sends; \\r \\n \\t \\\\ \\xNN stand for bytes",
-                    {.type_name = "TEXT", .check = why_no_escaped_text});
+                    {.type_name = "TEXT", .check = why_no_escaped_text, .takes_empty = true});
     verb.add_flag("--names", options.names, "Only print the names that trigger events");
 }
 

@@ -22,15 +22,17 @@ bool is_multicast(const in_addr& address) { return IN_MULTICAST(ntohl(address.s_
 
 }  // namespace
 
+bool is_ipv4_address(const std::string& text) {
+    in_addr ignored{};
+    return ::inet_pton(AF_INET, text.c_str(), &ignored) == 1;
+}
+
 SocketDestination socket_destination(const Outgoing& out) {
     const std::string ip(out.ip);
     const sockaddr_in address = ipv4_address(ip.c_str(), static_cast<std::uint16_t>(out.port));
     std::array<char, INET_ADDRSTRLEN> text{};
     (void)::inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
-    in_addr ignored{};
-    return {.ip = text.data(),
-            .port = ntohs(address.sin_port),
-            .ip_parsed = ::inet_pton(AF_INET, ip.c_str(), &ignored) == 1};
+    return {.ip = text.data(), .port = ntohs(address.sin_port), .ip_parsed = is_ipv4_address(ip)};
 }
 
 bool always_refused(Sender sender, const SocketDestination& destination) {

@@ -14,6 +14,9 @@ struct SocketDestination {
     bool ip_parsed = false;  // false: the text is no address, 0.0.0.0 stands in its place
 };
 
+// Four decimal numbers with dots between them, and nothing else.
+bool is_ipv4_address(const std::string& text);
+
 SocketDestination socket_destination(const Outgoing& out);
 
 // Destinations that Linux refuses every sender that sets no options, whatever the

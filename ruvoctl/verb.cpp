@@ -7,9 +7,12 @@
 namespace ruvo::ctl {
 namespace {
 
+std::string why_empty(const std::string& value) { return value.empty() ? "it is empty" : ""; }
+
 void set_taking(CLI::Option& option, const Taking& taking) {
     if (taking.type_name != nullptr) option.type_name(taking.type_name);
     if (taking.check) option.check(taking.check);
+    if (!taking.takes_empty && !option.get_positional()) option.check(why_empty);
     for (const char* const other : taking.excludes) option.excludes(other);
     if (taking.shows_default) option.capture_default_str();
 }
@@ -31,7 +34,9 @@ void keep_mark(CLI::App& parser) {
 void Verb::set_footer(const std::string& text) { parser_->footer(text); }
 
 void Verb::add_flag(const char* name, bool& given, const char* help, const Taking& taking) {
-    set_taking(*parser_->add_flag(name, given, help), taking);
+    Taking flag = taking;
+    flag.takes_empty = true;  // it takes nothing at all
+    set_taking(*parser_->add_flag(name, given, help), flag);
 }
 
 void Verb::add_option(const char* names, std::string& value, const char* help,

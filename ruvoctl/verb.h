@@ -27,6 +27,7 @@ struct Taking {
     std::function<std::string(const std::string&)> check = nullptr;
     std::vector<const char*> excludes{};
     bool shows_default = false;
+    bool takes_empty = false;  // else an empty value is wrong usage
 };
 
 // One verb of the command line, or a group of its options. The parser's library stands

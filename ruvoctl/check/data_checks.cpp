@@ -304,7 +304,7 @@ class DataCheck {
         std::vector<std::string> known;
         for (const auto& [item, value] : *variables_) known.push_back(item);
         known.insert(known.end(), kBuiltInMacros.begin(), kBuiltInMacros.end());
-        return nearest_word(name, known);
+        return name.empty() ? std::string() : nearest_word(name, known);
     }
 
     static bool could_be_item(std::string_view name) {

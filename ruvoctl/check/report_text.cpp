@@ -84,11 +84,11 @@ std::string report_text(const CheckedFile& file, const Style& style) {
 
 std::string summary_text(const CheckSummary& summary) {
     const std::string found = found_text(summary);
-    const std::string problems = found.empty() ? "no problems" : found;
     if (summary.sends_planned == 0) {
-        return fmt::format("{}, nothing is sent; {}", counted(summary.events, "event", "events"),
-                           problems);
+        return fmt::format("{}, nothing is sent{}{}", counted(summary.events, "event", "events"),
+                           found.empty() ? "" : "; ", found);
     }
+    const std::string problems = found.empty() ? "no problems" : found;
     const std::string arrive =
         summary.fatal > 0 ? "none is sent: the whole file takes no effect"
         : summary.sends_as_written == summary.sends_planned

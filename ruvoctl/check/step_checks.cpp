@@ -11,7 +11,6 @@
 #include "execution/due_times.h"
 #include "execution/outgoing.h"
 
-#include <arpa/inet.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -24,11 +23,6 @@ namespace {
 
 constexpr std::array<std::int32_t, 3> kOwnPorts = {2700, 50001, 50003};
 constexpr std::int64_t kTcpTailNs = 2000 * kNsPerMs;
-
-bool is_ipv4(const std::string& text) {
-    in_addr address{};
-    return ::inet_pton(AF_INET, text.c_str(), &address) == 1;
-}
 
 std::string upper_case(std::string_view text) {
     std::string result(text);
@@ -50,7 +44,7 @@ std::string without_leading_zeros(std::string_view text) {
         result += part;
         begin = end + 1;
     }
-    return is_ipv4(result) ? result : std::string();
+    return is_ipv4_address(result) ? result : std::string();
 }
 
 class StepChecks {
@@ -194,9 +188,9 @@ class StepChecks {
         const std::size_t record = *step_->ip;
         if (findings_.is_damaged(record)) return false;
         const std::string text(outgoing(*command_).ip);
-        if (is_ipv4(text)) return true;
+        if (is_ipv4_address(text)) return true;
         const std::string trimmed(findings_.trimmed_value(record));
-        if (is_ipv4(trimmed) &&
+        if (is_ipv4_address(trimmed) &&
             is_only_returns(std::string_view(command_->ip).substr(trimmed.size()))) {
             add_return_in_ip(record, trimmed);
         } else {
@@ -227,7 +221,7 @@ class StepChecks {
         } else if (const auto known = findings_.options.addresses.find(inner);
                    known != findings_.options.addresses.end()) {
             meant = known->second;
-        } else if (is_ipv4(inner)) {
+        } else if (is_ipv4_address(inner)) {
             cause = fmt::format("a blank beside the address {}", in_quotes(inner));
             meant = inner;
         } else if (meant = without_leading_zeros(inner); !meant.empty()) {
@@ -384,7 +378,7 @@ class StepChecks {
         for (std::size_t i = 0; i < event.steps.size(); ++i) {
             const Outgoing out = outgoing(entry_->subCommands[i]);
             const bool tcp = out.sender == Sender::kTcp || out.sender == Sender::kTcpStatus;
-            if (tcp && is_ipv4(std::string(out.ip)) && event.steps[i].ip)
+            if (tcp && is_ipv4_address(std::string(out.ip)) && event.steps[i].ip)
                 by_host[std::string(out.ip)].push_back(i);
         }
         for (auto& [host, steps] : by_host) {

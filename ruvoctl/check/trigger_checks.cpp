@@ -1,7 +1,9 @@
 #include "ruvoctl/check/findings.h"
 #include "ruvoctl/check/known_keys.h"
 
+#include "core/text_cut.h"
 #include "net/command_request.h"
+#include "net/command_text.h"
 
 #include <fmt/format.h>
 
@@ -174,10 +176,29 @@ class TriggerChecks {
     std::unordered_map<std::string_view, std::size_t> seen_;
 };
 
+// What a test command that names an event is taken for.
+std::string name_in_test_command(const std::string& name) {
+    const auto command = split_command(split_request(request_text("__TEST__:" + name)).key);
+    return command ? std::string(without_line_feed(command->argument)) : std::string();
+}
+
+void check_names_for_test(Findings& findings) {
+    for (std::size_t i = 0; i < findings.model.events.size(); ++i) {
+        const std::string& name = findings.model.list[i].name;
+        if (!findings.is_examined(i) || name_in_test_command(name) == name) continue;
+        findings
+            .add("trigger-unsendable",
+                 findings.source.key_offset(findings.model.events[i].count_record), name.size(),
+                 "a test command cannot hold the name", "no test run can call the event")
+            .event = name;
+    }
+}
+
 }  // namespace
 
 void check_triggers(Findings& findings) {
-    if (!findings.options.test) TriggerChecks(findings).run();
+    if (findings.options.test) return check_names_for_test(findings);
+    TriggerChecks(findings).run();
 }
 
 }  // namespace ruvo::ctl

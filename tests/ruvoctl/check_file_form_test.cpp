@@ -21,6 +21,10 @@ TEST(CheckFileForm, AByteOrderMarkBeforeAKey) {
          "\xEF\xBB\xBF" + std::string(OneStep{}),
          "1:1 error byte-order-mark Beamer",
          {"BeamerCount", "lost"}},
+        {"in the middle of a file that was put together",
+         std::string(OneStep{}) + "\xEF\xBB\xBF" + std::string(OneStep{.name = "Lamp"}),
+         "6:1 error byte-order-mark Lamp",
+         {"LampCount", "lost"}},
         {"before a comment", "\xEF\xBB\xBF# Beamer\n" + std::string(OneStep{})},
         {"before an empty line", "\xEF\xBB\xBF\n" + std::string(OneStep{})},
     });

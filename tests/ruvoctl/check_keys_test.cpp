@@ -17,6 +17,22 @@ TEST(CheckKeys, AFieldWithoutItsIndex) {
          "PowerOnData=4F4E\n",
          "5:1 error missing-index PowerOn.0",
          {"PowerOnData", "nothing reads it"}},
+        {"in every line, and no Count",
+         "WallIP=10.1.2.3\nWallPort=5000\nWallProtocol=UDP\nWallData=4F4E\n",
+         "1:1 error missing-index Wall.0; 2:1 error missing-index Wall.0; "
+         "3:1 error missing-index Wall.0; 4:1 error missing-index Wall.0"},
+        {"one line that may be another program's", good_and("WallPort=5000\n")},
+        {"of the step of the lines around it",
+         "BeamerCount=3\n" + step_lines(0) +
+             "BeamerIP1=10.1.2.3\nBeamerPort1=5000\n"
+             "BeamerProtocol1=UDP\nBeamerData=41\nBeamerIP2=10.1.2.3\nBeamerPort2=5000\n"
+             "BeamerProtocol2=UDP\nBeamerData=42\n",
+         "9:1 error missing-index Beamer.1; 13:1 error missing-index Beamer.2"},
+        {"of the only step that lacks it, the lines being in another order",
+         "BeamerCount=2\nBeamerIP0=10.1.2.3\nBeamerIP1=10.1.2.4\nBeamerData0=41\n"
+         "BeamerData1=42\nBeamerPort=5000\nBeamerProtocol0=UDP\nBeamerProtocol1=UDP\n"
+         "BeamerPort0=5001\n",
+         "6:1 error missing-index Beamer.1"},
         {"an event's delay has none", good_and("BeamerDelay=1\n")},
         {"nor its XMLfield", good_and("BeamerXMLfield=Lamp\n")},
     });
@@ -125,6 +141,8 @@ TEST(CheckKeys, ABlankThatLosesTheLine) {
         {"before the name", good_and(" BeamerDelay0=5\n"), "6:1 error blank-in-key Beamer"},
         {"a tab before the name", good_and("\tBeamerDelay0=5\n"), "6:1 error blank-in-key Beamer"},
         {"before the field", good_and("Beamer Delay0=5\n"), "6:7 error blank-in-key Beamer"},
+        {"in a Count, with steps of the name without it", "Beamer Count=1\n" + step_lines(0),
+         "1:7 error blank-in-key Beamer"},
         {"before the index it is harmless", good_and("BeamerDelay 0=5\n")},
         {"an event with a blank in all of its keys", OneStep{.name = "My Beamer"}},
         {"a line of blanks", good_and("   \n\t\n")},

@@ -137,6 +137,7 @@ TEST(CheckSteps, AnAddressThatEndsIn255) {
         {"254", OneStep{.ip = "10.1.2.254"}},
         {"a UDP group has no broadcast address", OneStep{.ip = "239.1.2.255"}},
         {"nor has the device itself", OneStep{.ip = "127.0.0.1"}},
+        {"nor in another place", OneStep{.ip = "127.0.0.255"}},
     });
 }
 
@@ -157,6 +158,13 @@ TEST(CheckSteps, APortThatIsNone) {
          {"port 0"}},
         {"hexadecimal", OneStep{.port = "0x1388"}, "3:13 error port-invalid Beamer.0", {"port 0"}},
         {"by TCP", OneStep{.port = "0", .protocol = "TCP"}, "3:13 error port-invalid Beamer.0"},
+        {"thousands apart",
+         OneStep{.port = "5,000"},
+         "3:13 error port-invalid Beamer.0",
+         {"\"5,000\" is no port number", "it is sent to port 5"}},
+        {"with a point", OneStep{.port = "1.024"}, "3:13 error port-invalid Beamer.0", {"port 1"}},
+        {"with a blank", OneStep{.port = "5 000"}, "3:13 error port-invalid Beamer.0", {"port 5"}},
+        {"two", OneStep{.port = "5000;5001"}, "3:13 error port-invalid Beamer.0", {"port 5000"}},
         {"65535", OneStep{.port = "65535"}},
         {"1", OneStep{.port = "1"}},
         {"leading zeros", OneStep{.port = "0000005000"}},
@@ -238,7 +246,7 @@ std::string waiting_event(const std::string& name) {
         const std::string n = std::to_string(step);
         text += name + "IP" + n + "=10.1.2.3\n" + name + "Port" + n + "=5000\n" + name +
                 "Protocol" + n + "=UDP\n" + name + "Data" + n + "=41\n" + name + "Delay" + n +
-                (step == 0 ? "=60000\n" : "=0\n");
+                (step == 0 ? "=1\n" : "=0\n");
     }
     return text;
 }
@@ -247,7 +255,7 @@ TEST(CheckSteps, MoreThan512SendsPendingTogether) {
     std::string text;
     for (const std::string name : {"A", "B", "C", "E"}) text += waiting_event(name);
     EXPECT_EQ(problems(text), "") << "512";
-    text += OneStep{.name = "F", .more = "FDelay0=60000\n"};
+    text += OneStep{.name = "F", .more = "FDelay0=1\n"};
     EXPECT_NE(problems(text).find("warning pending-512"), std::string::npos) << "513";
 }
 

@@ -75,6 +75,18 @@ TEST(CheckTriggers, NamesThatCannotBeSent) {
     });
 }
 
+TEST(CheckTriggers, ATestCommandHoldsTheWholeName) {
+    const std::string longest(1023 - std::string("__TEST__:").size(), 'a');
+    CheckOptions test;
+    test.test = true;
+    expect_cases({{"too long",
+                   OneStep{.name = longest + "a"},
+                   "1:1 error trigger-unsendable " + longest + "a",
+                   {"a test command cannot hold the name"}},
+                  {"just not", OneStep{.name = longest}}},
+                 test);
+}
+
 TEST(CheckTriggers, ANameWithALineFeedCannotBeSent) {
     // A piece of a long line is the only key or value that could hold one: it cannot.
     EXPECT_EQ(problems(good_and("BeamerXMLfield=\nBeamerDelay=1\n")),
@@ -91,6 +103,10 @@ TEST(CheckTriggers, ACarriageReturnInATriggerName) {
          good_and("BeamerXMLfield=Lamp\r"),
          "6:20 error cr-in-trigger Beamer",
          {"Lamp", "does not run it"}},
+        {"of a line without a name",
+         good_and("BeamerXMLfield=\r\n"),
+         "6:16 error cr-in-trigger Beamer",
+         {"a trigger \"Beamer\" does not run it"}},
         {"that a Delay undoes",
          OneStep{.name = "PowerOn", .more = "PowerOnXMLfield=PowerOn\r\nPowerOnDelay=1\r\n"}},
         {"behind a Count, a Delay, a Protocol, a Port, a Data",

@@ -54,6 +54,30 @@ TEST(CorrectedCopy, MakesTheCertainCorrections) {
         {"blanks at an address", OneStep{.ip = " 10.1.2.3 "}, OneStep{.ip = "10.1.2.3"}},
         {"separated digits", OneStep{.data = "4F 4E 0D"}, OneStep{.data = "4F4E0D"}},
         {"a Count of garbage", OneStep{.count = "one"}, OneStep{}},
+        {"a blank in a Count", "Beamer Count=1\n" + step_lines(0),
+         "BeamerCount=1\n" + step_lines(0)},
+        {"a byte-order mark before a blank",
+         "\xEF\xBB\xBF"
+         "BeamerDelay =5\n" +
+             std::string(OneStep{}),
+         "BeamerDelay=5\n" + std::string(OneStep{})},
+        {"every equals sign of a comment", good_and("#a=b=c=d=e=f=g=h=i=j=k=l=m\n"),
+         good_and("#a:b:c:d:e:f:g:h:i:j:k:l:m\n")},
+        {"a step without a delay, behind the first of three",
+         "BeamerCount=3\n" + step_lines(1) + "BeamerDelay1=100\n" + step_lines(2),
+         "BeamerCount=2\n" + step_lines(0) + "BeamerDelay0=100\nBeamerDelay1=0\n" + step_lines(1)},
+        {"a built-in event's name",
+         OneStep{
+             .name = "poweron",
+             .count = "2",
+             .more =
+                 "poweronDelay0=100\npoweronIP1=10.1.2.3\npoweronPort1=5000\npoweronProtocol1=UDP\n"
+                 "poweronData1=41\n"},
+         OneStep{.name = "PowerOn",
+                 .count = "2",
+                 .more =
+                     "PowerOnDelay0=100\nPowerOnDelay1=0\nPowerOnIP1=10.1.2.3\nPowerOnPort1=5000\n"
+                     "PowerOnProtocol1=UDP\nPowerOnData1=41\n"}},
     };
     for (const Correction& row : rows) EXPECT_EQ(corrected(row.before), row.after) << row.reason;
 }
@@ -63,6 +87,13 @@ TEST(CorrectedCopy, AnIndexIsAddedWhereItIsMissing) {
                         "BeamerData=4F4E\n"),
               "BeamerCount=1\nBeamerIP0=10.1.2.3\nBeamerPort0=5000\nBeamerProtocol0=UDP\n"
               "BeamerData0=4F4E\n");
+}
+
+TEST(CorrectedCopy, NumbersThatNoOneWritesSoAreNotReplaced) {
+    for (const std::string value : {"1e3", "0x10", "1 hour"}) {
+        const std::string text = good_and("BeamerDelay0=" + value + "\n");
+        EXPECT_EQ(corrected(text), text);
+    }
 }
 
 TEST(CorrectedCopy, WhatOnlyAPersonKnowsStays) {

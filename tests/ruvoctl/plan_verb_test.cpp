@@ -200,8 +200,9 @@ TEST_F(PlanVerb, NamesAreForTheShell) {
                   "\"DVIConnected\"\n  ]\n}\n");
     EXPECT_EQ(plan({"-f", "/nowhere/ruvo.txt", "--names", "--json"}).status, kFailed);
     const CommandResult unread = plan({"-f", "/nowhere/ruvo.txt", "--names"});
-    EXPECT_EQ(unread.out + unread.talk, "");
-    EXPECT_EQ(unread.status, 0);
+    EXPECT_EQ(unread.out, "");
+    EXPECT_EQ(unread.talk, "ruvoctl: cannot read /nowhere/ruvo.txt: No such file or directory\n");
+    EXPECT_EQ(unread.status, kFailed);
 }
 
 TEST_F(PlanVerb, PrintsTheFormThatIsAskedFor) {
