@@ -34,7 +34,8 @@ With --notation the bytes are printed in one form alone, which encode reads back
   c       \x02POWER ON\r
   spaced  02 50 4F 57 45 52 20 4F 4E 0D
 
-Exit status 3: the value has a fault, or its line is longer than what the daemon reads.
+Exit status 3: the value has a fault, or its line is longer than what the daemon reads, or
+nothing reads the line.
 
 Examples:
   ruvoctl decode 504F574552204F4E0D

@@ -184,6 +184,14 @@ TEST(DecodeVerb, RefusesWhatHoldsNoValue) {
     }
 }
 
+TEST(DecodeVerb, TellsOfALineThatNothingReads) {
+    const CommandResult result = run_ruvoctl({"decode", "LampData=41"});
+    EXPECT_EQ(result.status, kProblemsFound);
+    EXPECT_EQ(result.talk,
+              "ruvoctl: LampData: the number of the step is missing, as in EventData0\n");
+    EXPECT_EQ(run_ruvoctl({"decode", "LampData0=41"}).talk, "");
+}
+
 TEST(DecodeVerb, NoControlByteOfAValueReachesTheTerminal) {
     const CommandResult result = run_ruvoctl({"decode", "Lamp\x1b[31mData0=4\x1b[1B5B"});
     EXPECT_EQ(result.out.find('\x1b'), std::string::npos) << result.out;

@@ -384,3 +384,25 @@ def test_the_demonstrations_settings_are_clean(settings):
 
 def test_the_default_file_is_the_devices():
     assert b"/mnt/configs/ruvo/ruvo.txt" in run("--help").stdout
+
+
+@pytest.mark.parametrize("arguments, told", [
+    (("--fix", "", "ruvo.txt"), "--fix: it is empty"),
+    (("--status", "", "ruvo.txt"), "--status: it is empty"),
+    (("--explain", ""), "--explain: it is empty"),
+    (("--fix", "-", "ruvo.txt"), "--fix writes a file; ./- is one of this name"),
+    (("--address", "beamer=nonsense", "ruvo.txt"), "--address: 'nonsense' is no IPv4 address"),
+    (("--address", "=10.1.2.3", "ruvo.txt"), "--address: '=10.1.2.3' is not OLD=NEW"),
+])
+def test_an_option_without_a_good_value_is_wrong_usage(arguments, told):
+    answer = run(*arguments)
+    assert answer.returncode == 2
+    assert answer.stderr.decode() == f"ruvoctl: {told}\nSee ruvoctl help check\n"
+
+
+def test_a_full_disk_behind_standard_output_is_told(settings):
+    with open("/dev/full", "wb") as full:
+        answer = subprocess.run([RUVOCTL, "check", settings(BEAMER)], stdout=full,
+                                stderr=subprocess.PIPE, timeout=20)
+    assert answer.returncode == 1
+    assert answer.stderr == b"ruvoctl: cannot write to standard output: No space left on device\n"
