@@ -10,6 +10,7 @@
 #include <map>
 #include <sstream>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 namespace ruvo::ctl {
@@ -102,46 +103,87 @@ bool is_no_worse(const std::string& text, const CheckSummary& before, int turn,
            (turn < kValueTurn || after.errors <= before.errors);
 }
 
-// Fixes that do well alone may do harm together: each is made only if it does none.
-std::string fix_one_by_one(const SettingsSource& source, const CheckResult& found, int turn,
-                           const CheckOptions& options) {
-    constexpr int kMostTried = 100;
-    std::string text = source.text;
-    EditSet made;
-    int tried = 0;
-    for (const Diagnostic& diagnostic : found.diagnostics) {
-        if (diagnostic.fix.empty() || turn_of(diagnostic.id) != turn) continue;
-        if (++tried > kMostTried) break;
-        EditSet more = made;
-        more.add(diagnostic.fix);
-        std::string candidate = apply_edits(source.text, more.take());
-        if (!is_no_worse(candidate, found.summary, turn, options)) continue;
-        made = std::move(more);
-        text = std::move(candidate);
-    }
-    return text;
-}
+// Makes the fixes of one file, round by round. What did harm is not tried again before all
+// the others are made.
+class Corrector {
+  public:
+    explicit Corrector(const CheckOptions& options) : options_(options) {}
 
-std::string fix_in_turn(const SettingsSource& source, const CheckResult& found, int turn,
-                        const CheckOptions& options) {
-    EditSet edits;
-    for (const Diagnostic& diagnostic : found.diagnostics) {
-        if (turn_of(diagnostic.id) == turn) edits.add(diagnostic.fix);
+    // The text with the fixes of the first turn that has some which do no harm.
+    std::string fix_once(const SettingsSource& source) {
+        const CheckResult found = check_settings(source, options_);
+        for (int turn = 0; turn < kTurnsEnd; ++turn) {
+            std::string text = fix_in_turn(source, found, turn);
+            if (text == source.text) continue;
+            has_changed_ = true;
+            return text;
+        }
+        return source.text;
     }
-    std::string text = apply_edits(source.text, edits.take());
-    if (text == source.text || is_no_worse(text, found.summary, turn, options)) return text;
-    return fix_one_by_one(source, found, turn, options);
-}
 
-// The text with the fixes of the first turn that has some which do no harm.
-std::string fix_once(const SettingsSource& source, const CheckOptions& options) {
-    const CheckResult found = check_settings(source, options);
-    for (int turn = 0; turn < kTurnsEnd; ++turn) {
-        std::string text = fix_in_turn(source, found, turn, options);
-        if (text != source.text) return text;
+    // Whether what did harm may do none by now.
+    bool reconsider() {
+        const bool worth = has_changed_ && !refused_.empty();
+        refused_.clear();
+        has_changed_ = false;
+        return worth;
     }
-    return source.text;
-}
+
+  private:
+    std::string fix_in_turn(const SettingsSource& source, const CheckResult& found, int turn) {
+        std::vector<const Diagnostic*> of_turn;
+        EditSet edits;
+        for (const Diagnostic& diagnostic : found.diagnostics) {
+            if (turn_of(diagnostic.id) != turn || diagnostic.fix.empty()) continue;
+            if (refused_.contains(name_of(diagnostic))) continue;
+            of_turn.push_back(&diagnostic);
+            edits.add(diagnostic.fix);
+        }
+        if (of_turn.empty()) return source.text;
+        std::string text = apply_edits(source.text, edits.take());
+        if (is_no_worse(text, found.summary, turn, options_)) return text;
+        return fix_one_by_one(source, found.summary, of_turn);
+    }
+
+    // Fixes that do well alone may do harm together: each is made only if it does none.
+    std::string fix_one_by_one(const SettingsSource& source, const CheckSummary& before,
+                               const std::vector<const Diagnostic*>& diagnostics) {
+        std::string text = source.text;
+        EditSet made;
+        for (const Diagnostic* const diagnostic : diagnostics) {
+            EditSet more = made;
+            more.add(diagnostic->fix);
+            std::string candidate = apply_edits(source.text, more.take());
+            if (!is_worth_trying() ||
+                !is_no_worse(candidate, before, turn_of(diagnostic->id), options_)) {
+                refused_.insert(name_of(*diagnostic));
+                continue;
+            }
+            made = std::move(more);
+            text = std::move(candidate);
+        }
+        return text;
+    }
+
+    // Each try costs a check of the whole file.
+    bool is_worth_trying() {
+        constexpr int kMostTried = 200;
+        return ++tried_ <= kMostTried;
+    }
+
+    // What stays of a fix when the lines in front of it change.
+    static std::string name_of(const Diagnostic& diagnostic) {
+        std::string name(diagnostic.id);
+        name += '\n' + diagnostic.cause;
+        for (const Edit& edit : diagnostic.fix) name += '\n' + edit.text;
+        return name;
+    }
+
+    const CheckOptions& options_;
+    std::unordered_set<std::string> refused_;
+    bool has_changed_ = false;
+    int tried_ = 0;
+};
 
 std::vector<std::string> lines_of(const std::string& text) {
     std::vector<std::string> lines;
@@ -226,10 +268,11 @@ std::vector<std::string> corrected_lines(const SettingsSource& source,
 }
 
 std::string corrected_copy(const SettingsSource& source, const CheckOptions& options) {
+    Corrector corrector(options);
     std::string text = source.text;
     for (int round = 0; round < kMostRounds; ++round) {
-        std::string fixed = fix_once(round == 0 ? source : read_source(text), options);
-        if (fixed == text) break;
+        std::string fixed = corrector.fix_once(round == 0 ? source : read_source(text));
+        if (fixed == text && !corrector.reconsider()) break;
         text = std::move(fixed);
     }
     return text;

@@ -19,7 +19,7 @@
 namespace ruvo::ctl {
 namespace {
 
-constexpr int kFiles = 1000;
+constexpr int kFiles = 600;
 
 struct StepValues {
     std::string port;

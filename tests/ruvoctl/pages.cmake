@@ -10,3 +10,5 @@ foreach(subject IN ITEMS pages completions)
     TIMEOUT 600
     ENVIRONMENT "RUVO_CTL=$<TARGET_FILE:ruvoctl>;RUVO_SOURCE_DIR=${CMAKE_SOURCE_DIR}")
 endforeach()
+# Most of its time goes into starting shells.
+set_property(TEST ruvoctl.completions PROPERTY LABELS long)
