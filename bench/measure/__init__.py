@@ -1,1 +1,0 @@
-"""Measures the daemon beside what a user would pick instead, and beside the limit."""
