@@ -341,8 +341,11 @@ class Device:
         folder = STATE / "bin"
         folder.mkdir(exist_ok=True)
         tool = folder / name
-        tool.write_text("#!/bin/sh\n" + script)
-        tool.chmod(0o755)
+        # The one before may be being started: its file is not written to.
+        new = folder / f".{name}"
+        new.write_text("#!/bin/sh\n" + script)
+        new.chmod(0o755)
+        new.rename(tool)
         self.environment["PATH"] = f"{folder}:{self.environment['PATH']}"
 
     def write_settings(self, text, path=SETTINGS):
