@@ -23,6 +23,11 @@ if(NOT RUVO_ATOMICS_NEED_NO_LIBRARY)
   target_link_libraries(ruvo_options INTERFACE atomic)
 endif()
 
+# Functions and data that nobody uses do not end up in a program.
+target_compile_options(ruvo_options INTERFACE
+  $<$<CONFIG:Release>:-ffunction-sections> $<$<CONFIG:Release>:-fdata-sections>)
+target_link_options(ruvo_options INTERFACE $<$<CONFIG:Release>:-Wl,--gc-sections>)
+
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(ruvo_options INTERFACE -Wthread-safety)
 endif()
