@@ -82,6 +82,7 @@ int main(int argc, char** argv) {
     const std::string request = std::string(argv[3]) + "\n";
     std::vector<Tally> tallies(static_cast<std::size_t>(clients));
     std::vector<std::thread> threads;
+    threads.reserve(tallies.size());
     const auto begin = Clock::now();
     for (Tally& tally : tallies) {
         threads.emplace_back(

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -25,18 +26,28 @@ constexpr long kSteps = 8;
 constexpr long kLinesAtATime = 2'000'000;  // of all runs of a size together
 constexpr long kMostRuns = 200;
 
+std::string line_of(std::string_view name, std::string_view field, std::string_view index,
+                    std::string_view value) {
+    std::string line;
+    for (const std::string_view part :
+         {name, field, index, std::string_view("="), value, std::string_view("\n")}) {
+        line += part;
+    }
+    return line;
+}
+
 // The lines of one event: its name by which it is triggered, and eight steps.
 std::vector<std::string> event_lines(long number) {
     const std::string name = "Projector" + std::to_string(number);
-    std::vector<std::string> lines{name + "Count=" + std::to_string(kSteps) + "\n",
-                                   name + "XMLfield=Lobby" + name + "On\n"};
+    std::vector<std::string> lines{line_of(name, "Count", "", std::to_string(kSteps)),
+                                   line_of(name, "XMLfield", "", "Lobby" + name)};
     for (long i = 0; i < kSteps; ++i) {
         const std::string step = std::to_string(i);
-        lines.push_back(name + "IP" + step + "=192.168.10." + step + "\n");
-        lines.push_back(name + "Port" + step + "=4352\n");
-        lines.push_back(name + "Protocol" + step + "=TCP\n");
-        lines.push_back(name + "Data" + step + "=2531504F5752207B7B74696D657D7D0D\n");
-        lines.push_back(name + "Delay" + step + "=250\n");
+        lines.push_back(line_of(name, "IP", step, "192.168.10." + step));
+        lines.push_back(line_of(name, "Port", step, "4352"));
+        lines.push_back(line_of(name, "Protocol", step, "TCP"));
+        lines.push_back(line_of(name, "Data", step, "2531504F5752207B7B74696D657D7D0D"));
+        lines.push_back(line_of(name, "Delay", step, "250"));
     }
     return lines;
 }
