@@ -15,8 +15,10 @@ constexpr std::size_t kTimeTextBytes = 128;
 constexpr std::string_view kOpening = "{{";
 constexpr std::string_view kClosing = "}}";
 
-bool is_built_in_macro(std::string_view name, const char* macro) {
-    return ::strcasecmp(std::string(until_zero(name)).c_str(), macro) == 0;
+bool is_built_in_macro(std::string_view name, std::string_view macro) {
+    const std::string_view text = until_zero(name);
+    return text.size() == macro.size() &&
+           ::strncasecmp(text.data(), macro.data(), macro.size()) == 0;
 }
 
 std::string expand_macros(std::string_view data, const MacroValues& values) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
 namespace ruvo {
@@ -44,6 +45,17 @@ TEST(HexToBytes, DecodesTwoCharactersAtATimeAndNeverFails) {
         {"7B7B74696D657D7D", "{{time}}", "a macro"},
     };
     for (const Case& c : cases) EXPECT_EQ(hex_to_bytes(c.hex), c.bytes) << c.why;
+}
+
+TEST(HexToBytes, ReadsEveryPieceOfTwoCharactersAsStrtolDoes) {
+    for (int first = 0; first < 256; ++first) {
+        for (int second = 0; second < 256; ++second) {
+            const char piece[3] = {static_cast<char>(first), static_cast<char>(second), '\0'};
+            const auto byte = static_cast<unsigned char>(std::strtol(piece, nullptr, 16));
+            ASSERT_EQ(hex_to_bytes({piece, 2}), std::string(1, static_cast<char>(byte)))
+                << first << ' ' << second;
+        }
+    }
 }
 
 }  // namespace

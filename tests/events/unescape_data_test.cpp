@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace ruvo {
 namespace {
@@ -62,6 +64,31 @@ TEST(ReplaceAll, SearchesAgainFromTheStartUntilNothingIsLeft) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(replace_all(c.text, c.pattern, c.replacement), c.expected) << c.why;
+    }
+}
+
+// Starts over after each replacement.
+std::string replaced_from_the_start(std::string text, std::string_view pattern, char replacement) {
+    for (auto at = text.find(pattern); at != std::string::npos; at = text.find(pattern)) {
+        text.replace(at, pattern.size(), 1, replacement);
+    }
+    return text;
+}
+
+TEST(UnescapeData, GivesWhatThreeSearchesFromTheStartGiveForEveryShortText) {
+    constexpr std::string_view kCharacters = "\\nrtx";
+    constexpr std::size_t kLength = 6;
+    std::size_t texts = 1;
+    for (std::size_t i = 0; i < kLength; ++i) texts *= kCharacters.size();
+    for (std::size_t number = 0; number < texts; ++number) {
+        std::string text;
+        for (std::size_t rest = number; text.size() < kLength; rest /= kCharacters.size()) {
+            text += kCharacters[rest % kCharacters.size()];
+        }
+        std::string expected = replaced_from_the_start(text, "\\n", '\n');
+        expected = replaced_from_the_start(expected, "\\r", '\r');
+        expected = replaced_from_the_start(expected, "\\t", '\t');
+        ASSERT_EQ(unescape_data(text), expected) << text;
     }
 }
 
