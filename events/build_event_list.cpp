@@ -12,8 +12,32 @@
 namespace ruvo {
 namespace {
 
-// The entries of each name, in list order: a file has as many records as it likes.
-using EntriesByName = std::unordered_map<std::string_view, std::vector<EventEntry*>>;
+// The entries of a name, in list order.
+using Entries = std::vector<EventEntry*>;
+
+// Looks entries up by name: a file has as many records as it likes.
+class EntriesByName {
+  public:
+    explicit EntriesByName(EventList& list) {
+        for (EventEntry& entry : list) entries_[entry.name].push_back(&entry);
+    }
+
+    // The records of an event follow each other as a rule, so the last answer is kept.
+    const Entries& find(std::string_view name) {
+        if (name != last_name_ || last_ == nullptr) {
+            const auto found = entries_.find(name);
+            last_ = found == entries_.end() ? &none_ : &found->second;
+            last_name_ = name;
+        }
+        return *last_;
+    }
+
+  private:
+    std::unordered_map<std::string_view, Entries> entries_;
+    const Entries none_;
+    std::string_view last_name_;
+    const Entries* last_ = nullptr;
+};
 
 EventList create_entries(const EventDefinitions& definitions, WordSize word) {
     EventList list;
@@ -27,12 +51,6 @@ EventList create_entries(const EventDefinitions& definitions, WordSize word) {
         list.push_back(std::move(entry));
     }
     return list;
-}
-
-EntriesByName by_name(EventList& list) {
-    EntriesByName entries;
-    for (EventEntry& entry : list) entries[entry.name].push_back(&entry);
-    return entries;
 }
 
 // The neighbour's delay counts as it stands now: delays add up only when the
@@ -89,11 +107,11 @@ void fill_in(EventEntry& entry, const EventDefinition& definition, const DelayLi
 EventList build_event_list(const EventDefinitions& definitions, const DelayListener& on_delay,
                            WordSize word) {
     EventList list = create_entries(definitions, word);
-    const EntriesByName entries = by_name(list);
+    EntriesByName entries(list);
     for (const EventDefinition& definition : definitions) {
-        const auto found = entries.find(definition.name);
-        if (found == entries.end()) continue;
-        for (EventEntry* entry : found->second) fill_in(*entry, definition, on_delay, word);
+        for (EventEntry* entry : entries.find(definition.name)) {
+            fill_in(*entry, definition, on_delay, word);
+        }
     }
     return list;
 }

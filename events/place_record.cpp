@@ -5,13 +5,13 @@
 namespace ruvo {
 namespace {
 
-Property event_property(const std::string& field) {
+Property event_property(std::string_view field) {
     if (field == "XMLfield") return Property::kTrigger;
     if (field == "Delay") return Property::kEventDelay;
     return Property::kNone;
 }
 
-Property step_property(const std::string& field) {
+Property step_property(std::string_view field) {
     if (field == "Protocol") return Property::kProtocol;
     if (field == "IP") return Property::kIp;
     if (field == "Port") return Property::kPort;
