@@ -1,10 +1,7 @@
 #include "core/log.h"
 
+#include "core/log_file.h"
 #include "core/process_state.h"
-#include "core/unique_fd.h"
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
@@ -49,15 +46,6 @@ void write_to_standard_output(const std::string& text) {
     (void)std::fwrite(text.data(), 1, text.size(), stdout);  // nobody could be told
 }
 
-UniqueFd open_log() {
-    return UniqueFd(::open(kLogPath, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
-}
-
-void append(const UniqueFd& file, const std::string& text) {
-    // A full disk costs the message; standard output has it.
-    [[maybe_unused]] const ssize_t written = ::write(file.get(), text.data(), text.size());
-}
-
 // Exactly one caller sees the limit, so threads that log at the same moment
 // rename once.
 void count_and_rotate(LogSite& site) {
@@ -76,9 +64,9 @@ void log_line(LogSite& site, const char* format, ...) {
     va_end(arguments);
 
     write_to_standard_output(text);
-    const UniqueFd file = open_log();
+    const UniqueFd file = open_log_file(kLogPath);
     if (!file) return;
-    append(file, text);
+    append_to_log(file, text);
     count_and_rotate(site);
 }
 
@@ -89,10 +77,10 @@ void log_line_unrotated(const char* format, ...) {
     const std::string text = formatted(format, arguments);
     va_end(arguments);
 
-    const UniqueFd file = open_log();
+    const UniqueFd file = open_log_file(kLogPath);
     if (!file) return;
     write_to_standard_output(text);
-    append(file, text);
+    append_to_log(file, text);
 }
 
 void debug_line(const char* format, ...) {

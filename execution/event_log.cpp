@@ -1,6 +1,6 @@
 #include "execution/event_log.h"
 
-#include "core/file.h"
+#include "core/log_file.h"
 #include "core/paths.h"
 #include "core/text_cut.h"
 
@@ -38,9 +38,9 @@ std::string disabled_line(const SubCommand& step, std::int64_t uptime_s) {
 }
 
 void write_event_log(const std::string& line) {
-    const UniqueFile file = open_for_appending(kEventLogPath);
+    const UniqueFd file = open_log_file(kEventLogPath);
     if (!file) return;  // silent: the sending goes on
-    std::fprintf(file.get(), "%s %s", event_log_timestamp(local_time_now()).c_str(), line.c_str());
+    append_to_log(file, event_log_timestamp(local_time_now()) + " " + line);
 }
 
 }  // namespace ruvo
