@@ -126,6 +126,8 @@ class RunsOnce {
     EventEntry& record_;
 };
 
+bool is_now(std::chrono::nanoseconds due_time) { return due_time.count() == 0; }
+
 void run_record(ServerContext& server, EventEntry& record, Clock::time_point now,
                 std::int64_t now_ns) {
     const RunsOnce runs_once(record);
@@ -138,6 +140,7 @@ void run_record(ServerContext& server, EventEntry& record, Clock::time_point now
 
     const auto times = due_times(record.subCommands);
     for (std::size_t i = 0; i < record.subCommands.size(); ++i) {
+        if (i > 0 && is_now(times[i - 1]) && !is_now(times[i])) std::this_thread::yield();
         const SubCommand& step = record.subCommands[i];
         switch (decide_step(record, current_switches())) {
             case StepAction::kPowerOnSkip:
