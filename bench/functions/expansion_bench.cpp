@@ -46,7 +46,7 @@ EventEntry entry_of(const std::string& word) {
 void expand(benchmark::State& state, const std::string& word) {
     const EventEntry entry = entry_of(word);
     const MacroValues values = some_values();
-    for (auto _ : state) benchmark::DoNotOptimize(expanded_copy(entry, values, 0));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(expanded_copy(entry, values, 0));
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kSteps));
 }
 
@@ -72,14 +72,14 @@ void BM_find_event(benchmark::State& state) {
         list.push_back(std::move(entry));
     }
     const std::string last = list.back().xmlField;
-    for (auto _ : state) benchmark::DoNotOptimize(find_event(list, last, 0));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(find_event(list, last, 0));
     state.SetComplexityN(state.range(0));
 }
 BENCHMARK(BM_find_event)->RangeMultiplier(10)->Range(10, 10'000)->Complexity();
 
 void BM_due_times(benchmark::State& state) {
     const EventEntry entry = entry_of("ON");
-    for (auto _ : state) benchmark::DoNotOptimize(due_times(entry.subCommands));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(due_times(entry.subCommands));
 }
 BENCHMARK(BM_due_times);
 

@@ -38,21 +38,21 @@ EventDefinitions definitions_of(const std::string& text) {
 
 void BM_read_settings(benchmark::State& state) {
     const std::string text = settings_of(state.range(0));
-    for (auto _ : state) benchmark::DoNotOptimize(definitions_of(text));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(definitions_of(text));
     state.SetComplexityN(state.range(0));
 }
 BENCHMARK(BM_read_settings)->RangeMultiplier(10)->Range(10, 100'000)->Complexity();
 
 void BM_build_event_list(benchmark::State& state) {
     const EventDefinitions definitions = definitions_of(settings_of(state.range(0)));
-    for (auto _ : state) benchmark::DoNotOptimize(build_event_list(definitions));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(build_event_list(definitions));
     state.SetComplexityN(state.range(0));
 }
 BENCHMARK(BM_build_event_list)->RangeMultiplier(10)->Range(10, 100'000)->Complexity();
 
 void BM_event_list_text(benchmark::State& state) {
     const EventList list = build_event_list(definitions_of(settings_of(state.range(0))));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (const EventEntry& entry : list) benchmark::DoNotOptimize(event_list_line(entry));
     }
     state.SetComplexityN(state.range(0));

@@ -8,6 +8,8 @@ COMMAND_PORT = 2700
 STATUS_PORT = 50001
 MAX_SENDS = 128
 MAX_TEXT_BYTES = 103
+# The last one is the daemon's own: the status report as it is.
+PROTOCOLS = ("UDP", "TCP", "TCPStatus")
 # With fewer the daemon takes a report for an incomplete one.
 MIN_ITEMS = 6
 # The daemon splits a settings key at the first of these words.
@@ -100,8 +102,8 @@ def _check_event(event):
     for send in event.sends:
         if len(send.text) > MAX_TEXT_BYTES or b"\0" in send.text:
             raise ValueError(f"{event.name}: at most {MAX_TEXT_BYTES} bytes and no zero are sent")
-        if send.protocol not in ("UDP", "TCP"):
-            raise ValueError(f"{event.name}: {send.protocol} is neither UDP nor TCP")
+        if send.protocol not in PROTOCOLS:
+            raise ValueError(f"{event.name}: {send.protocol} is none of {', '.join(PROTOCOLS)}")
 
 
 def _settings_lines(event):

@@ -166,7 +166,7 @@ def test_every_step_waits_for_its_own_deadline_and_none_drifts(device):
 
 
 def test_steps_that_are_due_together_wait_100_us_more_each(device):
-    """That is what keeps them in order; what a busy machine makes of it is measured by scripts/bench."""
+    """That is what keeps them in order; what a busy machine makes of it bench/run measures."""
     steps = recorded_steps(device, [300] + [0] * 127)
     first = steps[0][0]
     assert [due - first for due, _ in steps] == [i * 100_000 for i in range(128)]

@@ -4,6 +4,7 @@ from .burst import Burst
 from .echo import Echo
 from .first_packet import FirstPacket
 from .full_table import FullTable
+from .functions import Functions
 from .idle import Idle, IdleFloor
 from .log import Log
 from .memory import MemoryIdle, MemoryPending
@@ -11,13 +12,14 @@ from .rate import Rate
 from .rebuild import Rebuild
 from .size import Size
 from .spacing import Spacing
+from .stack import Stack
 from .start_up import StartUp
 from .ties import Threads, Ties
 
-MACHINE_FIGURES = (Rebuild(), Log(), Threads(), IdleFloor())
+MACHINE_FIGURES = (Functions(), Rebuild(), Log(), Threads(), IdleFloor())
 
 # The quiet ones come first: connections of the round before are forgotten meanwhile.
-SYSTEM_FIGURES = (Size(), Idle(), MemoryIdle(), MemoryPending(), StartUp())
+SYSTEM_FIGURES = (Size(), Idle(), MemoryIdle(), MemoryPending(), Stack(), StartUp())
 
 # The one that leaves the daemon's table of senders full comes last.
 RUNNING_FIGURES = (
