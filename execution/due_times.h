@@ -7,7 +7,8 @@
 
 namespace ruvo {
 
-// Between steps that are due at the same time, so that they arrive in index order.
+// Between steps that are due at the same time: they arrive in index order, and not so
+// close that a receiver has to take them at once.
 inline constexpr std::chrono::microseconds kTieSpacing{100};
 
 // When each step of a record goes out, counted from the start of its execution. A

@@ -2,6 +2,7 @@
 
 #include "core/mutex.h"
 #include "events/event_entry.h"
+#include "execution/departures.h"
 #include "execution/outgoing.h"
 #include "execution/sender_thread.h"
 
@@ -20,6 +21,8 @@ inline constexpr std::int32_t kSenderSlots = 512;
 inline constexpr std::int32_t kSlotFree = 0;
 inline constexpr std::int32_t kSlotReserved = 1;  // filled and running
 inline constexpr std::int32_t kSlotFinished = 2;  // waiting to be joined
+
+using SenderDepartures = Departures<kSenderSlots>;
 
 // The queue of triggered events and the table of sender slots. Created once at
 // start-up with every table zero, never destroyed.
@@ -49,6 +52,9 @@ struct ServerContext {
     // When a delayed slot goes out: the executor's clock reading for the record plus
     // the step's due time. None for a body that is run alone.
     std::array<std::optional<std::chrono::steady_clock::time_point>, kSenderSlots> thread_due{};
+    // Whom a slot's sender goes behind: the one before it of those that are due together.
+    std::array<SenderDepartures::Departure, kSenderSlots> thread_before{};
+    SenderDepartures departures;
 };
 
 }  // namespace ruvo

@@ -1,5 +1,6 @@
 #include "net/sender_bodies.h"
 
+#include "core/futex.h"
 #include "core/log.h"
 #include "core/process_state.h"
 #include "execution/server_context.h"
@@ -15,6 +16,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <span>
+#include <utility>
 
 namespace ruvo {
 namespace {
@@ -46,14 +48,6 @@ void trace_send(const char* body, int line, const IpText& ip, const DataText& da
                data.data(), static_cast<long long>(delay.count()));
 }
 
-timespec to_timespec(Clock::time_point instant) {
-    const auto ns = std::chrono::nanoseconds(instant.time_since_epoch()).count();
-    timespec result{};
-    result.tv_sec = static_cast<time_t>(ns / 1000000000);
-    result.tv_nsec = static_cast<long>(ns % 1000000000);
-    return result;
-}
-
 // Has the kernel wake this thread at the very time asked for; by default it may be
 // 50 us late, so that wake-ups can be put together. That is half of what keeps steps
 // apart that are due together. The pause behind a datagram had better be put together
@@ -69,6 +63,19 @@ class ExactTimer {
     static constexpr unsigned long kUsualSlack = 0;
 };
 
+// Nothing but a busy machine holds up a sender that is due.
+constexpr std::chrono::milliseconds kPatience{50};
+
+// Of steps that are due together the earlier goes first.
+void wait_for_the_one_before(std::int32_t slot) {
+    const auto& due = g_server_ctx->thread_due[index_of(slot)];
+    if (!due) return;
+    g_server_ctx->departures.wait_for(g_server_ctx->thread_before[index_of(slot)],
+                                      *due + kPatience);
+}
+
+void note_departure(std::int32_t slot) { g_server_ctx->departures.note(slot); }
+
 // An absolute wait is never too short and does not drift when a signal interrupts
 // it; any other failure ends it.
 void wait_until_due(std::int32_t slot, std::chrono::nanoseconds delay) {
@@ -78,6 +85,7 @@ void wait_until_due(std::int32_t slot, std::chrono::nanoseconds delay) {
     const ExactTimer exact;
     while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {
     }
+    wait_for_the_one_before(slot);
 }
 
 // The last thing a body does: the slot's owner may now join the thread.
@@ -99,7 +107,9 @@ void udpclient_thread(std::int32_t slot, std::int32_t port, std::chrono::nanosec
     trace_send("udpclient_thread", 131, slot_ip(slot), slot_data(slot), delay);
     trace_send("udpclient_thread", 136, ip, data, delay);
     wait_until_due(slot, delay);
-    (void)udpclient(ip.data(), static_cast<std::uint16_t>(port), data.data());
+    Datagram datagram = send_datagram(ip.data(), static_cast<std::uint16_t>(port), data.data());
+    note_departure(slot);
+    close_after_pause(std::move(datagram));
     finish(state);
 }
 
@@ -110,6 +120,7 @@ void tcpclient_thread(std::int32_t slot, std::int32_t port, std::chrono::nanosec
     trace_send("tcpclient_thread", 154, slot_ip(slot), slot_data(slot), delay);
     trace_send("tcpclient_thread", 159, ip, data, delay);
     wait_until_due(slot, delay);
+    note_departure(slot);  // nobody waits for a peer's answer
     std::array<char, kReplyBytes> reply;
     (void)tcpclient(ip.data(), port, data.data(), reply);
     finish(state);
@@ -121,6 +132,7 @@ void udpclient_getStatus_thread(std::int32_t slot, std::int32_t port,
     const IpText ip = copy_of(slot_ip(slot));
     trace_send("udpclient_getStatus_thread", 178, slot_ip(slot), slot_data(slot), delay);
     wait_until_due(slot, delay);
+    note_departure(slot);  // nobody waits for a peer's answer
     std::array<char, kReplyBytes> report;
     fetch_status(report);
     (void)udpclient(ip.data(), static_cast<std::uint16_t>(port), report.data());
@@ -134,6 +146,7 @@ void tcpclient_getStatus_thread(std::int32_t slot, std::int32_t port,
     debug_line("[%s:%d] sleep for=%lld\n", "tcpclient_getStatus_thread", 199,
                static_cast<long long>(delay.count()));
     wait_until_due(slot, delay);
+    note_departure(slot);  // nobody waits for a peer's answer
     std::array<char, kReplyBytes> report;
     fetch_status(report);
     std::array<char, kReplyBytes> reply;

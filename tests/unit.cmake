@@ -43,6 +43,7 @@ add_executable(ruvo_unit_tests
   events/unescape_data_test.cpp
   execution/choose_sender_test.cpp
   execution/decide_test.cpp
+  execution/departures_test.cpp
   execution/due_times_test.cpp
   execution/event_log_test.cpp
   execution/event_queue_test.cpp

@@ -7,6 +7,7 @@ import subprocess
 BUILD = pathlib.Path(os.environ.get("RUVO_BENCH_BUILD", "build/bench")).resolve()
 DYNAMIC = BUILD / "dynamic"
 STATIC = BUILD / "static"
+STATIC_ALONE = BUILD / "static-alone"  # without the device's library
 DEVKIT = DYNAMIC / "devkit"
 
 

@@ -438,6 +438,39 @@ TEST_F(ExecutorTest, StartsStepsThatAreDueTogetherInIndexOrder) {
     EXPECT_EQ(*server_.thread_due[2] - *server_.thread_due[1], std::chrono::microseconds(100));
 }
 
+// Slot by slot, whose departure each sender waits for.
+std::vector<std::int32_t> slots_before(const ServerContext& server, std::size_t count) {
+    std::vector<std::int32_t> slots;
+    for (std::size_t i = 0; i < count; ++i) slots.push_back(server.thread_before[i].slot);
+    return slots;
+}
+
+TEST_F(ExecutorTest, SendsAStepBehindTheOneBeforeItThatIsDueAtTheSameTime) {
+    constexpr std::int64_t kSooner = 1'000'000;
+    constexpr std::int64_t kLater = 2'000'000;
+    queue(record("A", {udp_step("0", kLater), udp_step("1", kSooner), udp_step("2", kLater),
+                       udp_step("3"), udp_step("4", kSooner), udp_step("5", kLater)}));
+    (void)run();
+    EXPECT_EQ(slots_before(server_, 6), (std::vector<std::int32_t>{-1, -1, 0, -1, 1, 2}));
+    EXPECT_EQ(server_.thread_before[5].number, 1U);
+}
+
+TEST_F(ExecutorTest, SendsAStepBehindTheLastOneThatHasASender) {
+    constexpr std::int64_t kDelay = 1'000'000;
+    SubCommand unsent = unsent_step("none");
+    unsent.delayFromExecNs = kDelay;
+    queue(record("A", {udp_step("0", kDelay), unsent, udp_step("2", kDelay)}));
+    (void)run();
+    EXPECT_EQ(slots_before(server_, 2), (std::vector<std::int32_t>{-1, 0}));
+}
+
+TEST_F(ExecutorTest, SendsTheStepsOfAnotherRecordBehindNobody) {
+    queue(record("A", {udp_step("0", 1'000'000)}));
+    queue(record("B", {udp_step("1", 1'000'000)}));
+    (void)run();
+    EXPECT_EQ(slots_before(server_, 2), (std::vector<std::int32_t>{-1, -1}));
+}
+
 TEST_F(ExecutorTest, ReusesASlotWithoutTheDueTimeOfBefore) {
     queue(record("A", {udp_step("late", 20'000'000)}));
     (void)run();

@@ -29,6 +29,7 @@ TEST_F(ServerContextTest, HasEmptySlots) {
         EXPECT_TRUE(std::all_of(data.begin(), data.end(), [](char c) { return c == 0; }));
     }
     for (const auto& due : server_->thread_due) EXPECT_FALSE(due);
+    for (const auto& before : server_->thread_before) EXPECT_LT(before.slot, 0);
 }
 
 TEST_F(ServerContextTest, HasAnEmptyQueue) {

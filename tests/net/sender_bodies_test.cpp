@@ -13,6 +13,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -167,6 +168,52 @@ TEST_F(SenderBodyTest, ADueTimeThatHasPassedIsNotWaitedFor) {
     server_->thread_due[3] = steady_clock::now() - 1s;
     EXPECT_LT(run(udpclient_thread, receiver_.port(), kAnHour), test::kDeadline);
     EXPECT_EQ(receiver_.receive(), "Hello");
+}
+
+TEST_F(SenderBodyTest, WaitsFiftyMillisecondsAtMostForTheSenderBeforeIt) {
+    fill(3, "127.0.0.1", "Hello");
+    const auto due = steady_clock::now();
+    server_->thread_due[3] = due;
+    server_->thread_before[3] = server_->departures.next(7);
+    EXPECT_LT(run(udpclient_thread, receiver_.port(), 1ns), test::kDeadline);
+    EXPECT_EQ(receiver_.receive(), "Hello");
+    EXPECT_GE(steady_clock::now(), due + 50ms);
+}
+
+TEST_F(SenderBodyTest, WithoutADelayGoesBehindNobody) {
+    fill(3, "127.0.0.1", "Hello");
+    server_->thread_due[3] = steady_clock::now() + kAnHour;
+    server_->thread_before[3] = server_->departures.next(7);
+    EXPECT_LT(run(udpclient_thread, receiver_.port(), kNoDelay), test::kDeadline);
+}
+
+// Of several runs, since a busy machine may sit out a pause.
+TEST_F(SenderBodyTest, HasGoneBeforeThePauseBehindItsDatagram) {
+    fill(3, "127.0.0.1", "Hello");
+    std::array<nanoseconds, 9> left_behind_departure{};
+    for (nanoseconds& left : left_behind_departure) {
+        const auto departure = server_->departures.next(3);
+        auto body = std::async(std::launch::async,
+                               [this] { udpclient_thread(3, receiver_.port(), kNoDelay, state_); });
+        server_->departures.wait_for(departure, steady_clock::now() + test::kDeadline);
+        left = test::duration_of([&] { body.get(); });
+    }
+    std::sort(left_behind_departure.begin(), left_behind_departure.end());
+    EXPECT_GE(left_behind_departure[4], 10ms);
+}
+
+TEST_F(SenderBodyTest, ByTcpHasGoneBeforeThePeerAnswers) {
+    fill(3, "127.0.0.1", "Hello");
+    const auto departure = server_->departures.next(3);
+    std::promise<void> answer;
+    test::TcpPeer peer([&](int) { answer.get_future().wait(); });
+    auto body =
+        std::async(std::launch::async, [&] { tcpclient_thread(3, peer.port(), kNoDelay, state_); });
+    EXPECT_LT(test::duration_of([&] {
+                  server_->departures.wait_for(departure, steady_clock::now() + test::kDeadline);
+              }),
+              test::kDeadline);
+    answer.set_value();
 }
 
 // Standard output, read line by line while the object lives.

@@ -4,6 +4,7 @@ import os
 import pathlib
 import subprocess
 
+from .. import programs
 from ..results import Metric
 from .figure import SystemFigure
 
@@ -31,7 +32,10 @@ class Size(SystemFigure):
     """Our own programs stripped; of a peer, everything that it takes beside the system's libraries."""
 
     name = "size"
-    metrics = (Metric("size.kib", "installed size", "KiB", digits=1),)
+    metrics = (
+        Metric("size.kib", "installed size", "KiB", digits=1),
+        Metric("size.alone-kib", "installed size without the device's library", "KiB", digits=1),
+    )
 
     def measure(self, system, bench):
         folder = bench.folder / "size"
@@ -40,4 +44,8 @@ class Size(SystemFigure):
             stripped_bytes(path, folder) if is_own_program(path) else folder_bytes(path)
             for path in system.installed
         ]
-        return {"size.kib": sum(sizes) / 1024}
+        values = {"size.kib": sum(sizes) / 1024}
+        if system.name == "ruvotcpd-static":
+            alone = stripped_bytes(programs.STATIC_ALONE / "core" / "ruvotcpd", folder)
+            values["size.alone-kib"] = alone / 1024
+        return values
