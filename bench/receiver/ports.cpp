@@ -1,5 +1,7 @@
 #include "bench/receiver/ports.h"
 
+#include "bench/receiver/fail.h"
+
 #include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -8,7 +10,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <system_error>
 
 namespace ruvo::bench {
 namespace {
@@ -17,10 +18,6 @@ constexpr std::size_t kMaxDatagramBytes = 1 << 16;
 constexpr int kBufferBytes = 1 << 24;  // some 20,000 small datagrams
 constexpr int kBacklog = 4096;
 constexpr std::int64_t kNsPerSecond = 1'000'000'000;
-
-[[noreturn]] void fail(const char* what) {
-    throw std::system_error(errno, std::generic_category(), what);
-}
 
 std::int64_t to_ns(const timespec& time) {
     return std::int64_t{time.tv_sec} * kNsPerSecond + time.tv_nsec;

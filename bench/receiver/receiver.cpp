@@ -1,5 +1,7 @@
 #include "bench/receiver/receiver.h"
 
+#include "bench/receiver/fail.h"
+
 #include <sys/epoll.h>
 #include <unistd.h>
 
@@ -9,7 +11,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace ruvo::bench {
@@ -19,10 +20,6 @@ namespace {
 constexpr int kDrainIntervalMs = 20;
 constexpr int kEventsAtOnce = 64;
 constexpr std::size_t kUsualArrivals = 1 << 16;
-
-[[noreturn]] void fail(const char* what) {
-    throw std::system_error(errno, std::generic_category(), what);
-}
 
 }  // namespace
 
