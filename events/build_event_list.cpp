@@ -21,8 +21,11 @@ class EntriesByName {
     explicit EntriesByName(EventList& list) {
         for (EventEntry& entry : list) entries_[entry.name].push_back(&entry);
     }
+    EntriesByName(const EntriesByName&) = delete;
+    EntriesByName& operator=(const EntriesByName&) = delete;
 
     // The records of an event follow each other as a rule, so the last answer is kept.
+    // The name must outlive the next call.
     const Entries& find(std::string_view name) {
         if (name != last_name_ || last_ == nullptr) {
             const auto found = entries_.find(name);

@@ -22,8 +22,8 @@ std::string replace_once(std::string_view text, std::string_view pattern,
     return result;
 }
 
-// One walk does the work of starting over after each replacement: the leftmost
-// occurrence is the one that ends first, and a replacement is read again.
+// For any other pattern. One walk does the work of starting over after each replacement: the
+// leftmost occurrence is the one that ends first, and a replacement is read again.
 std::string replace_and_reread(std::string_view text, std::string_view pattern,
                                std::string_view replacement) {
     std::string result;

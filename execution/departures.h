@@ -11,7 +11,7 @@
 namespace ruvo {
 
 // Counts the senders that have gone from each slot, so that one sender can go behind
-// another: those that are due together keep their order however late each one wakes.
+// another: those that are due together keep their order even where one wakes late.
 template <std::size_t Slots>
 class Departures {
   public:

@@ -16,4 +16,13 @@ std::vector<std::chrono::nanoseconds> due_times(const std::vector<SubCommand>& s
     return times;
 }
 
+std::optional<std::size_t> step_before(const std::vector<SubCommand>& steps, std::size_t position) {
+    const std::int64_t delay_ns = steps[position].delayFromExecNs;
+    if (delay_ns <= 0) return {};
+    for (std::size_t i = position; i-- > 0;) {
+        if (steps[i].delayFromExecNs == delay_ns) return i;
+    }
+    return {};
+}
+
 }  // namespace ruvo

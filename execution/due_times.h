@@ -3,6 +3,8 @@
 #include "events/event_entry.h"
 
 #include <chrono>
+#include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace ruvo {
@@ -15,5 +17,9 @@ inline constexpr std::chrono::microseconds kTieSpacing{100};
 // step whose delay is 0 or less goes at once; of several steps with the same later
 // due time, each waits kTieSpacing more than the one before it.
 std::vector<std::chrono::nanoseconds> due_times(const std::vector<SubCommand>& steps);
+
+// The step that the one at `position` goes behind: the last before it that is due at the
+// same later time. Nothing for one that goes at once, or the first of its time.
+std::optional<std::size_t> step_before(const std::vector<SubCommand>& steps, std::size_t position);
 
 }  // namespace ruvo

@@ -40,7 +40,7 @@ std::string disabled_line(const SubCommand& step, std::int64_t uptime_s) {
 void write_event_log(const std::string& line) {
     const UniqueFd file = open_log_file(kEventLogPath);
     if (!file) return;  // silent: the sending goes on
-    append_to_log(file, event_log_timestamp(local_time_now()) + " " + line);
+    append_to_log(file, event_log_timestamp(local_time_now()), " ", line);
 }
 
 }  // namespace ruvo

@@ -25,7 +25,7 @@ inline constexpr std::int32_t kSlotFinished = 2;  // waiting to be joined
 using SenderDepartures = Departures<kSenderSlots>;
 
 // The queue of triggered events and the table of sender slots. Created once at
-// start-up with every table zero, never destroyed.
+// start-up with every table empty, never destroyed.
 struct ServerContext {
     // Producers: one whole insertion at a time, the lookup included.
     Mutex mutex;

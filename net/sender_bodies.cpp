@@ -1,8 +1,8 @@
 #include "net/sender_bodies.h"
 
-#include "core/futex.h"
 #include "core/log.h"
 #include "core/process_state.h"
+#include "core/time_units.h"
 #include "execution/server_context.h"
 #include "net/finish_reply.h"
 #include "net/tcpclient.h"
@@ -66,14 +66,14 @@ class ExactTimer {
 // Nothing but a busy machine holds up a sender that is due.
 constexpr std::chrono::milliseconds kPatience{50};
 
-// Of steps that are due together the earlier goes first.
+// Of steps that are due together the earlier goes first. Each counts its patience from
+// its own awakening, so that a machine that has stood still sends in order, too.
 void wait_for_the_one_before(std::int32_t slot) {
-    const auto& due = g_server_ctx->thread_due[index_of(slot)];
-    if (!due) return;
     g_server_ctx->departures.wait_for(g_server_ctx->thread_before[index_of(slot)],
-                                      *due + kPatience);
+                                      Clock::now() + kPatience);
 }
 
+// Every body does so once: others wait for it.
 void note_departure(std::int32_t slot) { g_server_ctx->departures.note(slot); }
 
 // An absolute wait is never too short and does not drift when a signal interrupts
@@ -120,7 +120,7 @@ void tcpclient_thread(std::int32_t slot, std::int32_t port, std::chrono::nanosec
     trace_send("tcpclient_thread", 154, slot_ip(slot), slot_data(slot), delay);
     trace_send("tcpclient_thread", 159, ip, data, delay);
     wait_until_due(slot, delay);
-    note_departure(slot);  // nobody waits for a peer's answer
+    note_departure(slot);  // when it begins: nobody waits for a peer
     std::array<char, kReplyBytes> reply;
     (void)tcpclient(ip.data(), port, data.data(), reply);
     finish(state);
@@ -132,7 +132,7 @@ void udpclient_getStatus_thread(std::int32_t slot, std::int32_t port,
     const IpText ip = copy_of(slot_ip(slot));
     trace_send("udpclient_getStatus_thread", 178, slot_ip(slot), slot_data(slot), delay);
     wait_until_due(slot, delay);
-    note_departure(slot);  // nobody waits for a peer's answer
+    note_departure(slot);  // when it begins: nobody waits for a peer
     std::array<char, kReplyBytes> report;
     fetch_status(report);
     (void)udpclient(ip.data(), static_cast<std::uint16_t>(port), report.data());
@@ -146,7 +146,7 @@ void tcpclient_getStatus_thread(std::int32_t slot, std::int32_t port,
     debug_line("[%s:%d] sleep for=%lld\n", "tcpclient_getStatus_thread", 199,
                static_cast<long long>(delay.count()));
     wait_until_due(slot, delay);
-    note_departure(slot);  // nobody waits for a peer's answer
+    note_departure(slot);  // when it begins: nobody waits for a peer
     std::array<char, kReplyBytes> report;
     fetch_status(report);
     std::array<char, kReplyBytes> reply;

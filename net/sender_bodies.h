@@ -8,8 +8,10 @@ namespace ruvo {
 
 // The bodies of the sender threads (see SenderBody). Each copies its slot's texts,
 // waits until the slot is due (a slot without a due time: the whole delay; a delay
-// of 0 or less: not at all), sends once and sets the slot finished. Nobody hears of
-// a failure but the log.
+// of 0 or less: not at all), then at most 50 ms for the sender that it goes behind,
+// sends once, notes its departure and sets the slot finished. It departs with its
+// datagram; by TCP, or with a report to fetch, when it begins. Nobody hears of a failure
+// but the log.
 
 // The slot's data by UDP.
 void udpclient_thread(std::int32_t slot, std::int32_t port, std::chrono::nanoseconds delay,

@@ -9,11 +9,11 @@ namespace ruvo {
 
 // A datagram on its way, and the socket that it has left from.
 struct Datagram {
-    UniqueFd sock;
+    UniqueFd sock;           // empty when there is none to be had
     std::int32_t sent = -1;  // bytes, or -1
 };
 
-// The two halves of udpclient.
+// The two halves of udpclient; without a socket there is no pause. Any thread.
 Datagram send_datagram(const char* ip, std::uint16_t port, std::string_view data);
 void close_after_pause(Datagram datagram);
 

@@ -53,5 +53,17 @@ TEST(DueTimes, KeepTheOrderOfAFullEvent) {
     for (std::size_t i = 1; i < due.size(); ++i) EXPECT_EQ(due[i] - due[i - 1], 100us);
 }
 
+TEST(StepBefore, IsTheLastOneThatIsDueAtTheSameLaterTime) {
+    std::vector<SubCommand> steps(8);
+    const std::int64_t delays[] = {5, 0, 7, 5, 0, 5, -1, -1};
+    for (std::size_t i = 0; i < steps.size(); ++i) steps[i].delayFromExecNs = delays[i];
+    std::vector<int> before;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        const auto step = step_before(steps, i);
+        before.push_back(step ? static_cast<int>(*step) : -1);
+    }
+    EXPECT_EQ(before, (std::vector<int>{-1, -1, -1, 0, -1, 3, -1, -1}));
+}
+
 }  // namespace
 }  // namespace ruvo

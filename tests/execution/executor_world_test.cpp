@@ -2,6 +2,7 @@
 
 #include "core/daemon_context.h"
 #include "execution/event_queue.h"
+#include "execution/launch.h"
 #include "execution/server_context.h"
 #include "tests/support/files.h"
 #include "tests/support/loopback.h"
@@ -461,6 +462,17 @@ TEST_F(ExecutorTest, SendsAStepBehindTheLastOneThatHasASender) {
     unsent.delayFromExecNs = kDelay;
     queue(record("A", {udp_step("0", kDelay), unsent, udp_step("2", kDelay)}));
     (void)run();
+    EXPECT_EQ(slots_before(server_, 2), (std::vector<std::int32_t>{-1, 0}));
+}
+
+TEST_F(ExecutorTest, AStepThatIsNotSentDoesNotPartThoseAroundIt) {
+    constexpr std::int64_t kDelay = 1'000'000;
+    const EventEntry three =
+        record("A", {udp_step("0", kDelay), udp_step("1", kDelay), udp_step("2", kDelay)});
+    Launch launch(server_, three, std::chrono::steady_clock::now());
+    launch.step(0, true);
+    launch.step(1, false);
+    launch.step(2, true);
     EXPECT_EQ(slots_before(server_, 2), (std::vector<std::int32_t>{-1, 0}));
 }
 
