@@ -25,9 +25,9 @@ SYSTEM_FIGURES = (Size(), Idle(), MemoryIdle(), MemoryPending(), Stack(), StartU
 RUNNING_FIGURES = (
     Echo(),
     FirstPacket(),
-    Spacing("UDP", 20, 50, runs=4),
+    Spacing("UDP", 20, 50, runs=8),
     Spacing("UDP", 128, 5, runs=6),
-    Spacing("TCP", 20, 50, runs=4),
+    Spacing("TCP", 20, 50, runs=8),
     Burst(),
     Ties(),
     Rate(),
