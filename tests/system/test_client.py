@@ -8,7 +8,7 @@ import time
 
 import pytest
 
-from harness import EVENT_LOG, LOG, PID_FILE, SETTINGS, close_under, text_of
+from harness import EVENT_LOG, LOG, PID_FILE, SETTINGS, close_under, text_of, wait_until
 
 PORT = 50003
 REFUSED = b"[ruvotcp] Error: connect 127.0.0.1:50003 ;(111)Connection refused;getStatus\r;\n"
@@ -94,6 +94,8 @@ def test_the_request_is_the_command_and_a_carriage_return(bare_device, service):
     assert ask(bare_device) == b"a=1\nb=2\n"
     assert_nothing_written()
     assert ask(bare_device, "--cmd=getStatus") == b"a=1\nb=2\n"
+    # The service hears of the client's end behind its output.
+    wait_until(lambda: len(requests) == 2, "both requests")
     assert requests == [b"getStatus\r"] * 2
 
 
