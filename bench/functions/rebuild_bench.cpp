@@ -7,24 +7,34 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace ruvo {
 namespace {
+
+void append(std::string& text, std::initializer_list<std::string_view> pieces) {
+    for (const std::string_view piece : pieces) text += piece;
+}
 
 // Events of eight steps: 42 lines each.
 std::string settings_of(std::int64_t lines) {
     std::string text;
     for (std::int64_t line = 0; line < lines;) {
-        const std::string name = "Event" + std::to_string(line / 42);
-        text += name + "Count=8\n" + name + "XMLfield=Trigger " + std::to_string(line / 42) + "\n";
+        const std::string number = std::to_string(line / 42);
+        append(text,
+               {"Event", number, "Count=8\nEvent", number, "XMLfield=Trigger ", number, "\n"});
         line += 2;
         for (int step = 0; step < 8 && line < lines; ++step, line += 5) {
             const std::string n = std::to_string(step);
-            text += name + "IP" + n + "=192.168.10.20\n" + name + "Port" + n + "=5000\n" + name +
-                    "Protocol" + n + "=UDP\n" + name + "Data" + n + "=504F574552204F4E0D\n" + name +
-                    "Delay" + n + "=100\n";
+            append(text, {"Event", number, "IP", n, "=192.168.10.20\n"});
+            append(text, {"Event", number, "Port", n, "=5000\n"});
+            append(text, {"Event", number, "Protocol", n, "=UDP\n"});
+            append(text, {"Event", number, "Data", n, "=504F574552204F4E0D\n"});
+            append(text, {"Event", number, "Delay", n, "=100\n"});
         }
     }
     return text;
