@@ -36,6 +36,13 @@ if(RUVO_SANITIZE)
   target_compile_options(ruvo_options INTERFACE
     "-fsanitize=${RUVO_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   target_link_options(ruvo_options INTERFACE "-fsanitize=${RUVO_SANITIZE}")
+  # A test's preloaded library stands in front of a run-time library only, not of what is
+  # linked into the program. The fuzzers need it there, and preload nothing.
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND NOT RUVO_SANITIZE MATCHES "fuzzer")
+    execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-runtime-dir
+      OUTPUT_VARIABLE runtime_folder OUTPUT_STRIP_TRAILING_WHITESPACE)
+    target_link_options(ruvo_options INTERFACE -shared-libasan "-Wl,-rpath,${runtime_folder}")
+  endif()
 endif()
 
 if(RUVO_COVERAGE)

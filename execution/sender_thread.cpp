@@ -1,5 +1,7 @@
 #include "execution/sender_thread.h"
 
+#include "core/sanitizers.h"
+
 #include <limits.h>
 
 #include <algorithm>
@@ -12,18 +14,7 @@
 namespace ruvo {
 namespace {
 
-#if defined(__has_feature)
-#define RUVO_HAS_FEATURE(x) __has_feature(x)
-#else
-#define RUVO_HAS_FEATURE(x) 0
-#endif
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
-    RUVO_HAS_FEATURE(address_sanitizer) || RUVO_HAS_FEATURE(thread_sanitizer)
-constexpr std::size_t kStackBytes = std::size_t{1024} * 1024;  // sanitizers blow frames up
-#else
-constexpr std::size_t kStackBytes = std::size_t{128} * 1024;
-#endif
+constexpr std::size_t kStackBytes = std::size_t{RUVO_SANITIZED ? 1024 : 128} * 1024;
 
 struct Call {
     SenderBody body;
