@@ -2,10 +2,14 @@
 
 #include "core/daemon_context.h"
 #include "tests/support/files.h"
+#include "tests/support/output.h"
 #include "tests/support/status_service.h"
+#include "tests/support/waiting.h"
 #include "tests/support/world.h"
 
 #include <gtest/gtest.h>
+
+#include <future>
 
 namespace ruvo {
 namespace {
@@ -34,6 +38,11 @@ TEST_F(BuildEventDataTest, FindsNormalEventsByXmlFieldAndTestEventsByName) {
     EXPECT_EQ(build_event_data(context_, "PowerOn", 1).xmlField, "Knob");
     EXPECT_EQ(build_event_data(context_, "Knob", 1).name, "");
     EXPECT_EQ(build_event_data(context_, "Lamp", 1).name, "");
+}
+
+TEST_F(BuildEventDataTest, TakesEveryFlagButZeroForATest) {
+    EXPECT_EQ(build_event_data(context_, "PowerOn", -1).xmlField, "Knob");
+    EXPECT_EQ(build_event_data(context_, "PowerOn", 2).delay, 0);
 }
 
 TEST_F(BuildEventDataTest, GivesAnEmptyEntryForAnUnknownName) {
@@ -65,6 +74,34 @@ TEST_F(BuildEventDataTest, AsksTheStatusServiceForAnUnknownNameToo) {
     test::write_text("/tmp/ruvo_var.txt", "");
     (void)build_event_data(context_, "Nobody", 0);
     EXPECT_EQ(test::text_of("/tmp/ruvo_var.txt"), "v=old\n");
+}
+
+TEST_F(BuildEventDataTest, AsksTheStatusServiceInATestRunToo) {
+    test::write_text("/tmp/ruvo_var.txt", "");
+    (void)build_event_data(context_, "PowerOn", 1);
+    EXPECT_EQ(test::text_of("/tmp/ruvo_var.txt"), "v=old\n");
+}
+
+TEST_F(BuildEventDataTest, TellsNothingOfUnknownNamesAndMacros) {
+    context_.eventList.set({{"U", "U", 0, 0, {{"", "", "", "{{unknown}}", 0, 0}}, 0, 0, 0}});
+    g_debug_flag = 1;
+    for (const char* const name : {"U", "Nobody"}) {
+        EXPECT_EQ(test::output_of([&] { (void)build_event_data(context_, name, 0); }),
+                  "[renew_macro_var:307]\n[renew_macro_var:327] save /tmp/ruvo_var.txt\n")
+            << name;
+    }
+    EXPECT_EQ(log(), "");
+}
+
+TEST_F(BuildEventDataTest, DoesNotWaitForARebuildOfTheList) {
+    std::future<EventEntry> entry;
+    {
+        const Guard rebuild(context_.lock);
+        entry = std::async(std::launch::async,
+                           [this] { return build_event_data(context_, "Lamp", 0); });
+        EXPECT_EQ(entry.wait_for(test::kDeadline), std::future_status::ready);
+    }
+    EXPECT_EQ(entry.get().name, "Generic1");
 }
 
 TEST_F(BuildEventDataTest, ExpandsTheUptimeAsLastMeasured) {

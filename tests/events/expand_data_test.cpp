@@ -37,6 +37,8 @@ TEST(FormatDate, EndsInABlank) {
         {moment(2024, 1, 2, 0, 0, 0), "2024-01-02 ", "padded with zeros"},
         {moment(1970, 12, 31, 23, 59, 59), "1970-12-31 ", "the last day of a year"},
         {moment(999, 1, 1, 0, 0, 0), "0999-01-01 ", "a year of three digits"},
+        {moment(12024, 1, 1, 0, 0, 0), "12024-01-01 ", "a year of five digits"},
+        {moment(-5, 1, 1, 0, 0, 0), "-005-01-01 ", "a year before the first"},
     };
     for (const Case& c : cases) EXPECT_EQ(format_date(c.time), c.expected) << c.why;
 }
@@ -112,6 +114,8 @@ TEST(ExpandMacro, WritesTheUptimeAsASignedDecimalNumber) {
     EXPECT_EQ(expand_macro("uptime", values), "-5");
     values.uptime_s = std::numeric_limits<std::int64_t>::max();
     EXPECT_EQ(expand_macro("uptime", values), "9223372036854775807");
+    values.uptime_s = std::numeric_limits<std::int64_t>::min();
+    EXPECT_EQ(expand_macro("uptime", values), "-9223372036854775808");
 }
 
 TEST(ExpandData, FindsMacrosFromLeftToRightWithoutNesting) {

@@ -10,12 +10,12 @@ namespace {
 const EventEntry kEntry{
     "Generic1",
     "Lamp",
-    0,
-    0,
+    11,
+    12,
     {{"1.2.3.4", "9", "UDP", "{{a}}\\n", 5, 6}, {"5.6.7.8", "{{a}}", "TCP", "B", 7, 8}},
-    0,
+    2,
     3,
-    0};
+    4};
 
 MacroValues values() {
     return {std::make_shared<const StatusVariables>(StatusVariables{{"a", "1"}}), {}, 0};
@@ -30,6 +30,7 @@ TEST(ExpandedCopy, ExpandsTheDataOfEveryStepAndNothingElse) {
 TEST(ExpandedCopy, DropsTheEventsDelayForATestRun) {
     EXPECT_EQ(expanded_copy(kEntry, values(), 0).delay, 3);
     EXPECT_EQ(expanded_copy(kEntry, values(), 1).delay, 0);
+    EXPECT_EQ(expanded_copy(kEntry, values(), -1).delay, 0) << "any flag but zero is a test's";
 }
 
 TEST(ExpandedCopy, KeepsTheStepsDelaysForATestRun) {

@@ -2,11 +2,15 @@
 
 #include "core/daemon_context.h"
 #include "execution/server_context.h"
+#include "tests/support/files.h"
+#include "tests/support/loopback.h"
 #include "tests/support/output.h"
 #include "tests/support/world.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -61,6 +65,19 @@ TEST_F(PushEventTest, QueuesACopyOfTheEventItNames) {
     EXPECT_EQ(*record, expected);
 }
 
+TEST_F(PushEventTest, ARecordIsCreatedBeforeItsLookup) {
+    test::TcpListener status_service(50001);
+    auto asked_at = std::async(std::launch::async, [&] {
+        const UniqueFd connection = status_service.accept();
+        return now_ns();
+    });
+    // A lookup has a tenth of a second, in which a busy machine may not come to ask.
+    do {
+        (void)push_event_back(server_, "PowerOn");
+    } while (asked_at.wait_for(std::chrono::seconds(0)) != std::future_status::ready);
+    EXPECT_LT(record_at(server_, 0)->t_ns_cread, asked_at.get());
+}
+
 TEST_F(PushEventTest, TakesATextWithoutALineFeed) {
     (void)push_event_back(server_, "PowerOn", 0);
     EXPECT_EQ(queue_length(), 1U);
@@ -81,6 +98,7 @@ TEST_F(PushEventTest, ATestRecordIsDueAtOnce) {
     EXPECT_EQ(record->xmlField, "Knob");
     EXPECT_EQ(record->delay, 0);
     EXPECT_EQ(record->test, 1);
+    EXPECT_EQ(next_due(), record->t_ns_cread);
 }
 
 TEST_F(PushEventTest, DropsATriggerThatNamesNothing) {
@@ -120,6 +138,7 @@ TEST_F(PushEventTest, ATextOfTwoLinesThatNamesAnEventQueuesItTwice) {
     ASSERT_EQ(queue_length(), 2U);
     EXPECT_EQ(record_at(server_, 0)->name, "Lines");
     EXPECT_EQ(record_at(server_, 1)->name, "Lines");
+    EXPECT_LT(record_at(server_, 0)->t_ns_cread, record_at(server_, 1)->t_ns_cread);
 }
 
 TEST_F(PushEventTest, AnEmptyLineIsALine) {
@@ -169,6 +188,19 @@ TEST_F(PushEventTest, ProducersInSeveralThreadsLoseNothing) {
     }
     for (std::thread& producer : producers) producer.join();
     EXPECT_EQ(queue_length(), 12U);
+}
+
+TEST_F(PushEventTest, ProducersLookUpOneAfterTheOther) {
+    // Asks the status service for every lookup.
+    replace_tool("timeout",
+                 "echo begin >> /tmp/tools/lookups\nsleep 0.02\n"
+                 "echo end >> /tmp/tools/lookups\n");
+    std::vector<std::thread> producers;
+    for (int i = 0; i < 3; ++i) {
+        producers.emplace_back([this] { (void)push_event_back(server_, "PowerOn"); });
+    }
+    for (std::thread& producer : producers) producer.join();
+    EXPECT_EQ(test::text_of("/tmp/tools/lookups"), "begin\nend\nbegin\nend\nbegin\nend\n");
 }
 
 }  // namespace

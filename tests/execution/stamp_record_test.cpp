@@ -19,6 +19,7 @@ TEST(StampRecord, CountsTheDelayFromTheMomentOfQueueing) {
         {1, 0, 5 + kSecond, "a second"},
         {-1, 0, 5 - kSecond, "a negative delay"},
         {2147483647, 0, 5 + 2147483647 * kSecond, "the longest delay"},
+        {-2147483647 - 1, 0, 5 - 2147483648 * kSecond, "the shortest delay"},
         {1, 1, 5, "a test event is due at once"},
         {-1, 1, 5, "in any case"},
         {1, 2, 5 + kSecond, "only 1 marks an event that is due at once"},
@@ -33,10 +34,11 @@ TEST(StampRecord, CountsTheDelayFromTheMomentOfQueueing) {
 }
 
 TEST(StampRecord, LeavesTheRestOfTheRecord) {
-    EventEntry record{"E", "X", 0, 0, {SubCommand{"ip", "port", "UDP", "data", 1, 2}}, 0, 3, 0};
+    EventEntry record{"E", "X", 1, 2, {SubCommand{"ip", "port", "UDP", "data", 1, 2}}, 2, 3, 4};
     EventEntry expected = record;
     expected.t_ns_cread = 7;
     expected.t_ns_exec = 7 + 3 * kSecond;
+    expected.test = 0;
     stamp_record(record, 7, 0);
     EXPECT_EQ(record, expected);
 }

@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kToolFolder[] = "/tmp/tools";
-constexpr char kTool[] = "/tmp/tools/userconfigtool";
+constexpr char kUserConfigTool[] = "userconfigtool";
 constexpr char kToolAnswer[] = "/tmp/tools/answer";
 constexpr char kToolCalls[] = "/tmp/tools/calls";
 
@@ -35,11 +35,7 @@ void clear_fixed_paths() {
     }
 }
 
-void install_tool() {
-    fs::create_directories(kToolFolder);
-    write_text(kTool, "#!/bin/sh\necho \"$*\" >> /tmp/tools/calls\ncat /tmp/tools/answer\n");
-    fs::permissions(kTool, fs::perms::owner_all);
-}
+fs::path path_of_tool(const std::string& name) { return fs::path(kToolFolder) / name; }
 
 void put_tools_on_path() {
     static const std::string path = [] {
@@ -61,7 +57,8 @@ bool is_private_world() {
 
 WorldTest::WorldTest() {
     clear_fixed_paths();
-    install_tool();
+    fs::create_directories(kToolFolder);
+    replace_tool(kUserConfigTool, "echo \"$*\" >> /tmp/tools/calls\ncat /tmp/tools/answer\n");
     set_tool_answer("false\n");
     put_tools_on_path();
     fs::create_directories("/mnt/configs/ruvo");
@@ -69,7 +66,12 @@ WorldTest::WorldTest() {
 
 void WorldTest::set_tool_answer(const std::string& answer) { write_text(kToolAnswer, answer); }
 
-void WorldTest::remove_tool() { fs::remove(kTool); }
+void WorldTest::remove_tool() { fs::remove(path_of_tool(kUserConfigTool)); }
+
+void WorldTest::replace_tool(const std::string& name, const std::string& script) {
+    write_text(path_of_tool(name), "#!/bin/sh\n" + script);
+    fs::permissions(path_of_tool(name), fs::perms::owner_all);
+}
 
 std::string WorldTest::tool_calls() { return text_of(kToolCalls); }
 

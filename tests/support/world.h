@@ -25,6 +25,8 @@ class WorldTest : public testing::Test {
 
     static void set_tool_answer(const std::string& answer);
     static void remove_tool();
+    // Puts a script in the place of any tool that shell commands run.
+    static void replace_tool(const std::string& name, const std::string& script);
     // The arguments of each call of the tool, a line per call.
     static std::string tool_calls();
 
