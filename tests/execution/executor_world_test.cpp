@@ -1,6 +1,7 @@
 #include "execution/executor.h"
 
 #include "core/daemon_context.h"
+#include "core/unique_fd.h"
 #include "execution/event_queue.h"
 #include "execution/launch.h"
 #include "execution/server_context.h"
@@ -10,16 +11,25 @@
 #include "tests/support/refused_calls.h"
 #include "tests/support/status_service.h"
 #include "tests/support/text.h"
+#include "tests/support/waiting.h"
 #include "tests/support/world.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -80,11 +90,12 @@ class ExecutorTest : public test::DaemonTest {
 
     std::int32_t run() { return exec_event(server_); }
 
-    // The lines of the event log without their time stamps.
-    static std::string event_log() {
-        return test::replaced(test::text_of(kEventLog), "[0-9]{4}-[0-9-]{5} [0-9:]{8}\\.[0-9]{3}  ",
-                              "");
+    // Lines of the event log without their time stamps.
+    static std::string without_times(const std::string& lines) {
+        return test::replaced(lines, "[0-9]{4}-[0-9-]{5} [0-9:]{8}\\.[0-9]{3}  ", "");
     }
+
+    static std::string event_log() { return without_times(test::text_of(kEventLog)); }
 
     bool is_any_slot_used() {
         for (const auto& state : server_.thread_state) {
@@ -274,6 +285,59 @@ TEST_F(ExecutorTest, SendsADisabledEventOfATest) {
     EXPECT_EQ(receiver_.receive(), "tested");
 }
 
+// Stands in the place of the event log and holds up whoever writes there.
+class HeldEventLog {
+  public:
+    HeldEventLog() {
+        EXPECT_EQ(::mkfifo(kEventLog, 0600), 0);
+        pipe_.reset(::open(kEventLog, O_RDWR | O_NONBLOCK | O_CLOEXEC));
+        const std::string page(4096, '#');
+        while (::write(pipe_.get(), page.data(), page.size()) > 0) {
+        }
+    }
+
+    // Whether somebody else has the log open.
+    static bool has_writer() {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code ignored;  // closed meanwhile
+            if (std::filesystem::read_symlink(entry, ignored) == kEventLog) ++count;
+        }
+        return count > 1;
+    }
+
+    // What has been written by the end of the task.
+    template <typename Result>
+    std::string text_until(std::future<Result>& end) {
+        std::string text;
+        do {
+            text += read();
+        } while (end.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready);
+        return text + read();
+    }
+
+  private:
+    std::string read() {
+        std::string text(1 << 20, '\0');
+        const ssize_t count = ::read(pipe_.get(), text.data(), text.size());
+        text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+        std::erase(text, '#');
+        return text;
+    }
+
+    UniqueFd pipe_;
+};
+
+TEST_F(ExecutorTest, LooksAtTheSwitchBeforeEachStep) {
+    HeldEventLog held;
+    queue(record("A", {unsent_step("a"), unsent_step("b")}));
+    auto pass = std::async(std::launch::async, [this] { return run(); });
+    EXPECT_TRUE(test::eventually([] { return HeldEventLog::has_writer(); }));
+    context_.enable = 0;
+    EXPECT_EQ(without_times(held.text_until(pass)),
+              "192.0.2.1:9000 none a\n192.0.2.1:9000 none b, disabled uptime=5000\n");
+}
+
 TEST_F(ExecutorTest, LogsWhatIsSent) {
     queue(record("A", {udp_step("one"), unsent_step("two")}));
     (void)run();
@@ -371,10 +435,11 @@ TEST_F(ExecutorTest, SendsTheStatusReportInsteadOfTheData) {
     test::StatusService service("a:1\rb:2\r");
     SubCommand step = udp_step("not sent");
     step.protocol = "StatusUDP";
+    server_.thread_data[0] = {'b', 'e', 'f', 'o', 'r', 'e'};
     queue(record("A", {step}));
     EXPECT_EQ(run(), 1);
     EXPECT_EQ(receiver_.receive(), "a:1\rb:2\r");
-    EXPECT_STREQ(server_.thread_data[0].data(), "");
+    EXPECT_STREQ(server_.thread_data[0].data(), "before") << "the slot's data stays as it is";
 }
 
 TEST_F(ExecutorTest, TracesAStatusVariant) {
@@ -402,6 +467,18 @@ TEST_F(ExecutorTest, DropsAStepWithoutAFreeSlotAndGoesOn) {
     EXPECT_TRUE(receiver_.is_empty());
     EXPECT_TRUE(event_log().ends_with(
         " UDP second\n192.0.2.1:9000 none third\n192.0.2.1:9000 none fourth\n"));
+}
+
+TEST_F(ExecutorTest, TracesAStepWithoutAFreeSlotByItsEventsName) {
+    for (auto& state : server_.thread_state) state = kSlotReserved;
+    queue(record("A", {udp_step("lost")}));
+    g_debug_flag = 1;
+    const std::string output =
+        without_line_numbers(test::output_of([this] { EXPECT_EQ(run(), 1); }));
+    EXPECT_TRUE(
+        output.ends_with("sub cmd size=1, test=0\n"
+                         "[get_new_ret_thread] Error: skip A, event thead over 512\n"))
+        << output;
 }
 
 TEST_F(ExecutorTest, AThreadThatCannotBeStartedCostsItsStepOnly) {
@@ -499,6 +576,25 @@ TEST_F(ExecutorTest, SkipsAnEventLogThatCannotBeOpened) {
     queue(record("A", {udp_step("Hello")}));
     EXPECT_EQ(test::output_of([this] { EXPECT_EQ(run(), 1); }), "");
     EXPECT_EQ(receiver_.receive(), "Hello");
+}
+
+// The queue thread never ends: it runs in a child.
+using ExecutorDeathTest = ExecutorTest;
+
+TEST_F(ExecutorDeathTest, LooksAtTheQueueNoSoonerThanEveryQuarterOfASecond) {
+    EXPECT_EXIT(
+        {
+            const auto start = std::chrono::steady_clock::now();
+            std::thread([this] { handle_q_event(&server_); }).detach();
+            for (const auto& earliest :
+                 {std::chrono::milliseconds(250), std::chrono::milliseconds(500)}) {
+                queue(record("A", {}));
+                if (!test::eventually([this] { return queue_is_empty(server_); })) std::_Exit(1);
+                if (std::chrono::steady_clock::now() - start < earliest) std::_Exit(2);
+            }
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
