@@ -5,16 +5,19 @@
 #include "tests/support/loopback.h"
 #include "tests/support/output.h"
 #include "tests/support/process_state.h"
+#include "tests/support/refused_calls.h"
 #include "tests/support/text.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <future>
@@ -94,6 +97,33 @@ TEST_F(SenderBodyTest, EveryBodyLeavesItsSlotFinished) {
     state_ = kSlotReserved;
     test::TcpPeer peer([](int) {});
     (void)run(tcpclient_thread, peer.port());
+    EXPECT_EQ(state_, kSlotFinished);
+}
+
+TEST_F(SenderBodyTest, UdpIsFinishedAfterThePauseBehindItsDatagram) {
+    fill(3, "127.0.0.1", "Hello");
+    const auto start = steady_clock::now();
+    auto body = std::async(std::launch::async,
+                           [this] { udpclient_thread(3, receiver_.port(), kNoDelay, state_); });
+    EXPECT_TRUE(test::eventually([this] { return state_ == kSlotFinished; }));
+    EXPECT_GE(steady_clock::now() - start, 20ms);
+}
+
+TEST_F(SenderBodyTest, TcpStaysReservedUntilThePeerHasAnswered) {
+    fill(3, "127.0.0.1", "Hello");
+    std::promise<void> received;
+    std::promise<void> answer;
+    test::TcpPeer peer([&](int connection) {
+        (void)test::read_bytes(connection, 5);
+        received.set_value();
+        answer.get_future().wait();
+    });
+    auto body =
+        std::async(std::launch::async, [&] { tcpclient_thread(3, peer.port(), kNoDelay, state_); });
+    received.get_future().wait();
+    EXPECT_EQ(state_, kSlotReserved);
+    answer.set_value();
+    body.get();
     EXPECT_EQ(state_, kSlotFinished);
 }
 
@@ -271,19 +301,36 @@ void overwrite_slot(int) {
 }
 
 // The slot changes on the body's own thread: it is no other thread's while it is reserved.
-TEST_F(SenderBodyTest, TakesItsTextsBeforeItWaits) {
-    UserSignal signal(overwrite_slot);
-    fill(3, "127.0.0.1", "before");
-    server_->thread_due[3] = steady_clock::now() + 200ms;
-    g_debug_flag = 1;
-    OutputLines output;
-    std::thread body([this] { udpclient_thread(3, receiver_.port(), kAnHour, state_); });
-    (void)output.next();
-    EXPECT_TRUE(output.next().ends_with("] 127.0.0.1 data=[6]before, sleep for=3600000000000\n"));
-    signal.send(body);
-    body.join();
-    EXPECT_STREQ(server_->thread_data[3].data(), "after!");
+class OverwrittenSlotTest : public SenderBodyTest {
+  protected:
+    void run_overwritten(SenderBody body, std::uint16_t port) {
+        UserSignal signal(overwrite_slot);
+        fill(3, "127.0.0.1", "before");
+        server_->thread_due[3] = steady_clock::now() + 200ms;
+        g_debug_flag = 1;
+        OutputLines output;
+        std::thread thread([&] { body(3, port, kAnHour, state_); });
+        (void)output.next();
+        EXPECT_TRUE(
+            output.next().ends_with("] 127.0.0.1 data=[6]before, sleep for=3600000000000\n"));
+        signal.send(thread);
+        thread.join();
+        EXPECT_STREQ(server_->thread_data[3].data(), "after!");
+    }
+};
+
+TEST_F(OverwrittenSlotTest, UdpHasTakenItsTextsBeforeItWaits) {
+    run_overwritten(udpclient_thread, receiver_.port());
     EXPECT_EQ(receiver_.receive(), "before");
+}
+
+TEST_F(OverwrittenSlotTest, TcpHasTakenItsTextsBeforeItWaits) {
+    std::string received;
+    {
+        test::TcpPeer peer([&](int connection) { received = test::read_bytes(connection, 6); });
+        run_overwritten(tcpclient_thread, peer.port());
+    }
+    EXPECT_EQ(received, "before");
 }
 
 TEST_F(SenderBodyTest, StaysReservedWhileItWaits) {
@@ -316,6 +363,21 @@ TEST_F(SenderBodyTest, AnInterruptedWaitGoesOnToItsEnd) {
     body.join();
     EXPECT_GE(taken, 100ms);
     EXPECT_EQ(receiver_.receive(), "Hello");
+}
+
+TEST_F(SenderBodyTest, AWaitThatFailsIsOver) {
+    if (!test::can_refuse_calls()) GTEST_SKIP() << "no call can be refused here";
+#ifdef SYS_clock_nanosleep_time64
+    constexpr long kWait = SYS_clock_nanosleep_time64;
+#else
+    constexpr long kWait = SYS_clock_nanosleep;
+#endif
+    fill(3, "127.0.0.1", "Hello");
+    test::run_refused({kWait}, EINVAL, [this] {
+        EXPECT_LT(run(udpclient_thread, receiver_.port(), kAnHour), test::kDeadline);
+    });
+    EXPECT_EQ(receiver_.receive(), "Hello");
+    EXPECT_EQ(state_, kSlotFinished);
 }
 
 TEST_F(SenderBodyTest, UdpTellsSlotAndCopyWhileDebugging) {

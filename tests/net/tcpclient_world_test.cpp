@@ -101,6 +101,33 @@ TEST_F(TcpFailureTest, AFailedSendIsLoggedWithItsResultAsLength) {
     EXPECT_STREQ(reply_.data(), "(32)Broken pipe");
 }
 
+TEST_F(TcpFailureTest, AFailedSendIsToldBehindItsDebugLine) {
+    test::TcpPeer peer([](int connection) { (void)test::read_to_end(connection); });
+    g_debug_flag = 1;
+    const std::string output = test::output_of(
+        [&] { test::run_refused({SYS_sendto}, EPIPE, [&] { (void)call(peer.port(), "Hello"); }); });
+    EXPECT_EQ(output, "[tcpclient:108] send[5] Hello\n[ruvotcp] Error: send(len=-1) 127.0.0.1:" +
+                          std::to_string(peer.port()) + " :(32)Broken pipe\n(5)Hello;\n");
+}
+
+TEST_F(TcpFailureTest, AFailureLeavesASocketOpenThatIsDescriptorZero) {
+    (void)test::output_of([&] {
+        {
+            const test::RefusedPort nobody;
+            const test::NoStandardInput free;
+            EXPECT_EQ(call(nobody.port(), "x"), -3);
+            EXPECT_TRUE(free.is_socket());
+        }
+        test::run_refused({SYS_connect}, 0, [&] {
+            test::run_refused({SYS_sendto}, EPIPE, [&] {
+                const test::NoStandardInput free;
+                EXPECT_EQ(call(9, "x"), -4);
+                EXPECT_TRUE(free.is_socket());
+            });
+        });
+    });
+}
+
 TEST_F(TcpFailureTest, ARefusedConnectionClosesItsSocket) {
     const test::RefusedPort nobody;
     const UniqueFd before(::open("/dev/null", O_RDONLY | O_CLOEXEC));

@@ -7,10 +7,14 @@
 #include "tests/support/text.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 
+#include <array>
 #include <cerrno>
 #include <string>
+#include <thread>
+#include <utility>
 
 namespace ruvo {
 namespace {
@@ -56,6 +60,36 @@ TEST_F(UdpClientTest, PausesBeforeItClosesTheSocket) {
     const auto taken =
         test::duration_of([this] { (void)udpclient("127.0.0.1", receiver_.port(), "x"); });
     EXPECT_GE(taken, 20ms);
+}
+
+TEST_F(UdpClientTest, ClosesTheSocketBehindThePause) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    const UniqueFd far_end(ends[1]);
+    Datagram datagram{.sock = UniqueFd(ends[0]), .sent = 1};
+    std::thread sender;
+    const auto taken = test::duration_of([&] {
+        sender = std::thread([&] { close_after_pause(std::move(datagram)); });
+        (void)test::read_to_end(far_end.get());
+    });
+    sender.join();
+    EXPECT_GE(taken, 20ms);
+}
+
+TEST_F(UdpClientTest, GivesItsSocketNoOptions) {
+    const Datagram datagram = send_datagram("127.0.0.1", receiver_.port(), "x");
+    for (const int option : {SO_BROADCAST, SO_REUSEADDR}) {
+        int value = -1;
+        socklen_t length = sizeof value;
+        (void)::getsockopt(datagram.sock.get(), SOL_SOCKET, option, &value, &length);
+        EXPECT_EQ(value, 0) << option;
+    }
+    for (const int option : {SO_SNDTIMEO, SO_RCVTIMEO}) {
+        const auto timeout = test::timeout_of(datagram.sock.get(), option);
+        if (!timeout) GTEST_SKIP() << "time-outs can't be read here";
+        EXPECT_EQ(timeout->tv_sec, 0) << option;
+        EXPECT_EQ(timeout->tv_usec, 0) << option;
+    }
 }
 
 TEST_F(UdpClientTest, AFailedSendIsSilentAndPausesAllTheSame) {

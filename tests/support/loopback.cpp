@@ -2,8 +2,11 @@
 
 #include "net/ipv4_address.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -107,6 +110,22 @@ void send_bytes(int connection, std::string_view bytes) {
 void reset_on_close(int connection) {
     constexpr linger kReset{.l_onoff = 1, .l_linger = 0};
     (void)::setsockopt(connection, SOL_SOCKET, SO_LINGER, &kReset, sizeof kReset);
+}
+
+std::optional<timeval> timeout_of(int socket, int option) {
+    timeval timeout{.tv_sec = -1, .tv_usec = -1};
+    socklen_t length = sizeof timeout;
+    (void)::getsockopt(socket, SOL_SOCKET, option, &timeout, &length);
+    return length == sizeof timeout ? std::optional(timeout) : std::nullopt;
+}
+
+NoStandardInput::NoStandardInput() : standard_input_(::fcntl(0, F_DUPFD_CLOEXEC, 3)) { ::close(0); }
+
+NoStandardInput::~NoStandardInput() { (void)::dup2(standard_input_.get(), 0); }
+
+bool NoStandardInput::is_socket() {
+    struct stat status {};
+    return ::fstat(0, &status) == 0 && S_ISSOCK(status.st_mode);
 }
 
 }  // namespace ruvo::test

@@ -3,6 +3,8 @@
 #include "core/unique_fd.h"
 #include "tests/support/waiting.h"
 
+#include <sys/time.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -86,5 +88,24 @@ void send_bytes(int connection, std::string_view bytes);
 
 // Closing the connection then resets it.
 void reset_on_close(int connection);
+
+// A time-out option of a socket. Nothing where the system answers with anything but a
+// whole time, as an emulator does that does not know the option's 64-bit form.
+std::optional<timeval> timeout_of(int socket, int option);
+
+// Leaves descriptor 0 free for as long as the object lives.
+class NoStandardInput {
+  public:
+    NoStandardInput();
+    ~NoStandardInput();
+    NoStandardInput(const NoStandardInput&) = delete;
+    NoStandardInput& operator=(const NoStandardInput&) = delete;
+
+    // Whether a socket has taken its place.
+    [[nodiscard]] static bool is_socket();
+
+  private:
+    UniqueFd standard_input_;
+};
 
 }  // namespace ruvo::test
