@@ -6,6 +6,7 @@
 #include "tests/support/output.h"
 #include "tests/support/packet_pair.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/waiting.h"
 #include "tests/support/world.h"
 
 #include <fcntl.h>
@@ -14,6 +15,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -348,6 +350,18 @@ TEST_F(SwitchCommandTest, SwitchesInMemoryThoughTheToolIsMissing) {
     EXPECT_EQ(context_.enable, 1U);
     EXPECT_EQ(output_, "");
     EXPECT_EQ(log(), "");
+}
+
+TEST_F(SwitchCommandTest, SwitchesInMemoryBeforeTheToolHasEnded) {
+    replace_tool("userconfigtool",
+                 ": > /tmp/tools/runs\nwhile [ -e /tmp/tools/runs ]; do sleep 0.005; done\n");
+    context_.enable = 0;
+    auto reply = std::async(std::launch::async,
+                            [this] { return replies_to(std::string("__SET__:") + kEnable, "1"); });
+    EXPECT_TRUE(test::eventually([] { return test::is_file("/tmp/tools/runs"); }));
+    EXPECT_EQ(context_.enable, 1U);
+    std::filesystem::remove("/tmp/tools/runs");
+    EXPECT_EQ(reply.get(), Replies{"Error: fail command:__SET__\n"});
 }
 
 TEST_F(SwitchCommandTest, TellsItsStepsWhileDebugging) {

@@ -433,12 +433,16 @@ def test_the_reply_comes_when_the_tool_has_ended(device):
 
 
 def test_a_tool_that_fails_does_not_keep_the_switch_from_memory(device):
-    device.replace_tool('[ "$1" = get ] && echo false\nexit 3\n')
+    device.replace_tool('[ "$1" = get ] && echo false\n[ "$1" = set ] && echo the tool runs\nexit 3\n')
     daemon = device.start_daemon("-d")
     assert not switched_on()
     set_switch(b"1")
     assert switched_on()
-    assert "[_system:156] Error: run userconfigtool set boolean network.ruvo.enable=true\n" in daemon.output()
+    assert (
+        "[handle_tcp_command:1549] s_cmd=userconfigtool set boolean network.ruvo.enable=true\n"
+        "the tool runs\n"
+        "[_system:156] Error: run userconfigtool set boolean network.ruvo.enable=true\n"
+    ) in daemon.output()
 
 
 def test_a_missing_tool_does_not_keep_the_switch_from_memory(bare_device):

@@ -305,6 +305,10 @@ def test_a_reply_that_cannot_be_sent_costs_a_line(device):
     assert request(b"Lamp\n") == b""
     wait_for_line_on_both_outputs(daemon, "Error: [handle_tcp_event:1459] send(): Broken pipe\n")
     assert [arrival.data for arrival in receiver.wait_for(1)] == [b"lamp"]
+    # The error number 0 stands for half a send, which is none that has failed.
+    orders.fail("send", 0)
+    assert request(b"Lamp\n") == b"La"
+    wait_for_line_on_both_outputs(daemon, "[handle_tcp_event:1461] send() Lamp\n\n")
 
 
 def test_a_read_that_fails_costs_the_connection_and_a_line(device):
