@@ -37,6 +37,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -72,7 +73,7 @@ class MessagesTest : public test::DaemonTest {
         server_.thread_data[3] = {'H', 'i'};
     }
 
-    void run_record(EventEntry record) {
+    void queue_and_execute(EventEntry record) {
         const nanoseconds now = std::chrono::steady_clock::now() - server_.t_ns_start;
         if (record.t_ns_cread == 1) record.t_ns_cread = now.count();
         if (record.t_ns_exec == 1) record.t_ns_exec = now.count();
@@ -81,6 +82,10 @@ class MessagesTest : public test::DaemonTest {
             server_.events.push_back(std::move(record));
         }
         (void)exec_event(server_);
+    }
+
+    void run_record(EventEntry record) {
+        queue_and_execute(std::move(record));
         for (SenderThread& thread : server_.threads) {
             if (thread.joinable()) thread.join();
         }
@@ -202,6 +207,60 @@ TEST_F(MessagesTest, OfAStaleRecordTellsTheTimes) {
                               "now=[0-9]+, t_exec=-7, sub cmd size=1\n"))
         << output;
     EXPECT_EQ(log(), output);
+}
+
+// The messages that the executor and the senders may write very often. They are counted in
+// a process of its own, where none has been written yet.
+class CountedMessagesTest : public MessagesTest {
+  protected:
+    void write_stale_records(int count) {
+        EventEntry stale = record("none");
+        stale.t_ns_cread = -61 * kSecond;
+        for (int i = 0; i < count; ++i) queue_and_execute(stale);
+    }
+
+    void write_skipped_records(int count) {
+        g_power_on_window_over = 0;
+        EventEntry skipped = record("none");
+        skipped.name = "DVIConnected";
+        for (int i = 0; i < count; ++i) queue_and_execute(skipped);
+    }
+
+    static void write_refused_connections(int count) {
+        std::array<char, 64> reply{};
+        for (int i = 0; i < count; ++i) (void)tcpclient("127.0.0.1", kDeadPort, "", reply);
+    }
+
+    // Every connection counts as made, none of them can be sent on.
+    static void write_failed_sends(int count) {
+        test::run_refused({SYS_connect}, 0, [count] {
+            test::run_refused({SYS_sendto}, EPIPE, [count] { write_refused_connections(count); });
+        });
+    }
+
+    [[noreturn]] void end_with_what_is_wrong() {
+        constexpr int kWritesPerRotation = 20000;
+        const std::function<void(int)> messages[] = {
+            [this](int count) { write_stale_records(count); },
+            [this](int count) { write_skipped_records(count); }, write_refused_connections,
+            write_failed_sends};
+        if (std::freopen("/dev/null", "w", stdout) == nullptr) std::_Exit(1);
+        for (const auto& write : messages) write(kWritesPerRotation - 1);
+        if (test::is_file(test::kRotatedLog)) std::_Exit(2);
+        for (const auto& write : messages) {
+            write(1);
+            if (test::is_file(test::kLog)) std::_Exit(3);
+            if (std::rename(test::kRotatedLog, test::kLog) != 0) std::_Exit(4);
+        }
+        std::_Exit(0);
+    }
+};
+
+using CountedMessagesDeathTest = CountedMessagesTest;
+
+TEST_F(CountedMessagesDeathTest, EachRotateTheLogByTheirOwnCount) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(end_with_what_is_wrong(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(MessagesTest, OfDebuggingReachOutputAlone) {
