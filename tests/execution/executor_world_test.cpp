@@ -416,17 +416,17 @@ TEST_F(ExecutorTest, SendsByTcp) {
 
 TEST_F(ExecutorTest, TracesASendByTcpBeforeAndAfterTheSlotIsFilled) {
     const test::RefusedPort nobody;
-    const std::string port = std::to_string(nobody.port());
+    const std::string port = std::to_string(nobody.port()) + "x";
     g_debug_flag = 1;
-    queue(record("A", {{"127.0.0.1", port, "TCP", test::repeated(105, 'x'), 0, 0}}));
+    queue(record("A", {{test::repeated(64, '1'), port, "TCP", test::repeated(105, 'x'), 0, 0}}));
     const std::string output = without_line_numbers(test::output_of([this] {
         (void)run();
         join_senders();
     }));
-    const std::string before = "[exec_event] ip=127.0.0.1, port=" + port +
+    const std::string before = "[exec_event] ip=" + test::repeated(64, '1') + ", port=" + port +
                                " data[105]=" + test::repeated(105, 'x') + "===\n";
-    const std::string after =
-        "[exec_event] ip=127.0.0.1, data=" + test::repeated(103, 'x') + "===\n";
+    const std::string after = "[exec_event] ip=" + test::repeated(63, '1') +
+                              ", data=" + test::repeated(103, 'x') + "===\n";
     EXPECT_NE(output.find("[get_new_ret_thread] get thread id=0\n" + before + after),
               std::string::npos)
         << output;
