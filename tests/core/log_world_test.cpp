@@ -1,15 +1,27 @@
 #include "core/log.h"
 
+#include "core/unique_fd.h"
 #include "tests/support/files.h"
+#include "tests/support/loopback.h"
 #include "tests/support/output.h"
 #include "tests/support/text.h"
+#include "tests/support/waiting.h"
 #include "tests/support/world.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstddef>
+#include <cstdio>
 #include <filesystem>
+#include <functional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -142,6 +154,23 @@ TEST_F(LogTest, AMessageThatMissesTheFileIsNotCounted) {
     EXPECT_FALSE(std::filesystem::exists(test::kRotatedLog));
 }
 
+TEST_F(LogTest, AMessageThatTheFileHasNoRoomForIsCountedAllTheSame) {
+    std::filesystem::create_symlink("/dev/full", test::kLog);
+    LogSite site;
+    site.written = kWritesPerRotation - 1;
+    EXPECT_EQ(test::output_of([&] { log_line(site, "no room\n"); }), "no room\n");
+    EXPECT_EQ(site.written, 0);
+    EXPECT_EQ(std::filesystem::read_symlink(test::kRotatedLog), "/dev/full");
+}
+
+TEST_F(LogTest, AnEmptyMessageMakesTheFileAndIsCounted) {
+    LogSite site;
+    EXPECT_EQ(test::output_of([&] { log_line(site, "%s", ""); }), "");
+    EXPECT_TRUE(test::is_file(test::kLog));
+    EXPECT_EQ(log(), "");
+    EXPECT_EQ(site.written, 1);
+}
+
 TEST_F(LogTest, AnUnrotatedMessageReachesOutputAndFile) {
     EXPECT_EQ(test::output_of([] { log_line_unrotated("[%s:%d] bind\n", "main", 1); }),
               "[main:1] bind\n");
@@ -204,6 +233,78 @@ TEST_F(LogTest, LeavesErrnoAlone) {
         log_line_unrotated("not opened\n");
         EXPECT_EQ(errno, EADDRINUSE);
     });
+}
+
+// Longer than what a socket holds that nobody reads. The end of it stays in the buffer of
+// standard output.
+constexpr std::size_t kLongBytes = 400000;
+constexpr std::size_t kBufferBytes = 4096;
+std::string long_message() { return test::repeated(kLongBytes - 1, 'x') + "\n"; }
+
+// Runs a task in a thread while standard output is another descriptor.
+class TaskWithOutput {
+  public:
+    TaskWithOutput(int output, std::function<void()> task) : kept_(::dup(STDOUT_FILENO)) {
+        (void)std::fflush(stdout);
+        (void)::dup2(output, STDOUT_FILENO);
+        thread_ = std::thread(std::move(task));
+    }
+    TaskWithOutput(const TaskWithOutput&) = delete;
+    TaskWithOutput& operator=(const TaskWithOutput&) = delete;
+    ~TaskWithOutput() {
+        thread_.join();
+        (void)std::fflush(stdout);
+        (void)::dup2(kept_.get(), STDOUT_FILENO);
+    }
+
+  private:
+    UniqueFd kept_;
+    std::thread thread_;
+};
+
+TEST_F(LogTest, AMessageIsOnStandardOutputBeforeItsFileIsOpened) {
+    ASSERT_EQ(::mkfifo(test::kLog, 0600), 0);
+    const test::TemporaryFolder folder;
+    const std::string output = folder.path("output");
+    const UniqueFd file(::open(output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    bool is_there = false;
+    std::string logged;
+    {
+        const TaskWithOutput task(file.get(), [] {
+            LogSite site;
+            log_line(site, "%s", long_message().c_str());
+        });
+        // Nobody reads the file yet, so it can't be opened for writing.
+        is_there = test::eventually(
+            [&] { return std::filesystem::file_size(output) >= kLongBytes - kBufferBytes; });
+        logged = log();
+    }
+    EXPECT_TRUE(is_there);
+    EXPECT_EQ(logged, long_message());
+    EXPECT_EQ(test::text_of(output), long_message());
+}
+
+TEST_F(LogTest, AnUnrotatedMessageOpensItsFileBeforeItIsOnStandardOutput) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    const UniqueFd reader(ends[0]);
+    const UniqueFd writer(ends[1]);
+    bool is_open = false;
+    std::string logged;
+    std::string output;
+    {
+        const TaskWithOutput task(writer.get(),
+                                  [] { log_line_unrotated("%s", long_message().c_str()); });
+        // Nobody reads standard output yet, so the message is not there as a whole.
+        is_open = test::eventually([] { return test::is_file(test::kLog); });
+        logged = log();
+        output = test::read_bytes(reader.get(), kLongBytes - kBufferBytes);
+    }
+    output += test::read_bytes(reader.get(), kBufferBytes);
+    EXPECT_TRUE(is_open);
+    EXPECT_EQ(logged, "");
+    EXPECT_EQ(output, long_message());
+    EXPECT_EQ(log(), long_message());
 }
 
 TEST_F(LogTest, FollowsAFileThatSomebodyElseMovesAway) {

@@ -119,8 +119,10 @@ class MessagesTest : public test::DaemonTest {
     ServerContext& server_ = *owner_;
 };
 
-TEST_F(MessagesTest, ReachOutputAndLog) {
-    const Message messages[] = {
+// The messages that are counted for the rotation.
+class CountedMessagesTest : public MessagesTest {
+  protected:
+    const std::vector<Message> messages_ = {
         {"[main:1931] ip=192.0.2.10\n", log_local_ip},
         {"[main:1949] wait network...1\n",
          [this] {
@@ -191,9 +193,19 @@ TEST_F(MessagesTest, ReachOutputAndLog) {
          "Error: fail response: __FOO__",
          [] { test::run_refused({SYS_sendto}, EPIPE, [] { handle_command("__FOO__"); }); }},
     };
-    for (const Message& message : messages) {
+};
+
+TEST_F(CountedMessagesTest, ReachOutputAndLog) {
+    for (const Message& message : messages_) {
         EXPECT_EQ(output_of(message), message.text);
         EXPECT_EQ(log(), message.text);
+    }
+}
+
+TEST_F(CountedMessagesTest, ReachOutputWhenTheLogCannotBeOpened) {
+    std::filesystem::create_directory(test::kLog);
+    for (const Message& message : messages_) {
+        EXPECT_EQ(test::output_of(message.call_up), message.text);
     }
 }
 
