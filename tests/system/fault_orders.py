@@ -54,3 +54,38 @@ class ClockJump:
         """Sets the daemon's steady clock this far ahead of the machine's."""
         with open(self._path, "r+b") as file:
             file.write(struct.pack("q", int(seconds * 1_000_000_000)))
+
+
+class MainThreadTimes:
+    """The file that main_thread_times.so reads; make it before the daemon starts.
+
+    The order of the numbers is that of tests/faults/main_thread_times.cpp.
+    """
+
+    LIBRARY = "main_thread_times.so"
+    _UNREADABLE = -(2**63)
+
+    def __init__(self, device, wall_s, uptime_s):
+        path = STATE / "main_thread_times"
+        path.write_bytes(struct.pack("4q", wall_s, self._uptime(uptime_s), 0, 0))
+        device.environment["RUVO_MAIN_THREAD_TIMES"] = str(path)
+        self._file = os.open(path, os.O_RDWR | os.O_CLOEXEC)
+
+    def _uptime(self, seconds):
+        return self._UNREADABLE if seconds is None else seconds
+
+    def _write(self, number, value):
+        os.pwrite(self._file, struct.pack("q", value), 8 * number)
+
+    def set(self, wall_s, uptime_s):
+        """Another second has begun; None is an uptime that cannot be read."""
+        self._write(1, self._uptime(uptime_s))
+        self._write(0, wall_s)
+
+    def begin_second_between_readings(self):
+        """In the next pass the wall clock is one second further at the second reading."""
+        self._write(2, 1)
+
+    def last_sleep_ns(self):
+        """How long the main thread has last wanted to sleep."""
+        return struct.unpack("q", os.pread(self._file, 8, 24))[0]

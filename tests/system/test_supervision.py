@@ -2,6 +2,7 @@
 
 import os
 
+from fault_orders import MainThreadTimes
 from harness import EVENT_LIST, LOG, SETTINGS, newer_than, request, text_of, touch, wait_until
 
 STATUS_WAIT = r"\[main:1959\] wait getStatus\.\.\.(\d+)\n"
@@ -28,6 +29,13 @@ def test_settings_that_nobody_changes_are_read_once(device):
     daemon.wait_for_supervision()
     daemon.wait_for_passes(5)
     assert daemon.reloads() == 1
+
+
+def test_a_pass_begins_200_ms_after_the_one_before(device):
+    times = MainThreadTimes(device, wall_s=1000, uptime_s=10)
+    daemon = device.start_daemon(preload=[times.LIBRARY])
+    daemon.wait_for_supervision()
+    assert times.last_sleep_ns() == 200_000_000
 
 
 def test_a_touch_causes_exactly_one_reload(device):
@@ -65,6 +73,17 @@ def test_nanoseconds_alone_are_a_change(device):
     os.utime(SETTINGS, ns=(1_700_000_000_000_000_002, 1_700_000_000_000_000_002))
     daemon.wait_for_reloads(2)
     daemon.wait_for_passes(3)
+    assert daemon.reloads() == 2
+
+
+def test_a_modification_time_in_second_0_counts_as_none_seen(device):
+    daemon = device.start_daemon()
+    daemon.wait_for_supervision()
+    os.utime(SETTINGS, ns=(5, 5))
+    daemon.wait_for_reloads(2)
+    daemon.wait_for_passes(2)
+    os.utime(SETTINGS, ns=(1_700_000_000_000_000_000, 1_700_000_000_000_000_000))
+    daemon.wait_for_passes(2)
     assert daemon.reloads() == 2
 
 

@@ -7,6 +7,7 @@ import time
 
 import pytest
 
+from fault_orders import MainThreadTimes
 from harness import EVENT_LIST, LOG, VARIABLES, event, hex_of, request, text_of, touch, wait_until
 
 NETWORK = r"\[main:1949\] wait network\.\.\.(\d+)\n"
@@ -113,6 +114,17 @@ def test_without_an_address_it_waits(bare_device, no_address):
         "[handle_tcp_event:1382] bind 127.0.0.1:2700\n", "")
     assert int(waits[0][1]) >= 1
     assert int(waits[0][1]) < int(waits[1][1]) < int(waits[2][1])
+
+
+@pytest.mark.parametrize("has_address, pattern", [(False, NETWORK), (True, STATUS)])
+def test_each_wait_sleeps_for_a_second(bare_device, no_address, has_address, pattern):
+    if has_address:
+        ip("address add 192.0.2.10/24 dev net0")
+    times = MainThreadTimes(bare_device, wall_s=1000, uptime_s=10)
+    daemon = bare_device.start_daemon(preload=[times.LIBRARY])
+    daemon.wait_for_output(pattern)
+    wait_until(times.last_sleep_ns, "the first sleep has begun")
+    assert times.last_sleep_ns() == 1_000_000_000
 
 
 def test_the_count_of_the_network_wait_is_in_seconds(bare_device, no_address):
