@@ -131,6 +131,12 @@ TEST_F(RunningStartUpTest, WaitsForTheNetworkWithAMessagePerSecond) {
     EXPECT_GE(waited, std::chrono::seconds(1));
 }
 
+TEST_F(RunningStartUpTest, DoesNotWaitForAStatusServiceThatAnswers) {
+    const test::StatusService service(kSixItems);
+    EXPECT_EQ(test::output_of(wait_for_status_service), "");
+    EXPECT_EQ(context_.statusVariables.get()->size(), 6U);
+}
+
 TEST_F(RunningStartUpTest, CountsItsAttemptsUntilTheStatusServiceAnswers) {
     std::unique_ptr<test::StatusService> service;
     std::thread late([&] {

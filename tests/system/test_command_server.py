@@ -9,7 +9,7 @@ import threading
 import time
 
 from fault_orders import LIBRARY, CallOrders
-from harness import COMMAND_PORT, LOG, STATE, event, request, text_of, trigger, wait_until
+from harness import COMMAND_PORT, LOG, PID_FILE, STATE, event, request, text_of, trigger, wait_until
 from process import change_settings, descriptors
 
 NOTHING_SENT = event("Lamp", ("1.2.3.4", "5", "none", b"on"))
@@ -340,6 +340,7 @@ def test_a_second_instance_ends_with_status_1(device):
     assert second.wait_for_end() == 1
     line = "Error: [handle_tcp_event:1384] bind(): (98)Address already in use\n"
     assert line in second.output() and line in text_of(LOG)
+    assert text_of(PID_FILE) == f"{second.pid}\n", "nothing is cleaned up"
     trigger("Lamp")
     assert [arrival.data for arrival in receiver.wait_for(1)] == [b"lamp"]
     assert first.running()
