@@ -40,6 +40,8 @@ DEVKIT = {
     "usr/libexec/ruvotcpd/userconfigtool",
 }
 
+OF_SANITIZERS = {"libasan.so.8", "libubsan.so.1", "libtsan.so.2"}
+
 
 def install(folder, *options):
     """Installs the build into a folder and returns the paths of its files."""
@@ -124,6 +126,18 @@ def test_an_installed_daemon_finds_its_library_and_starts(tmp_path):
 def test_an_installed_daemon_holds_no_folder_of_its_build(tmp_path):
     install(tmp_path, "--component", "daemon")
     assert BUILD.encode() not in (tmp_path / "usr/sbin/ruvotcpd").read_bytes()
+
+
+def test_an_installed_daemon_needs_the_system_s_libraries_and_the_device_s_alone(tmp_path):
+    install(tmp_path, "--component", "daemon")
+    dynamic = subprocess.run(
+        ["readelf", "-d", tmp_path / "usr/sbin/ruvotcpd"], capture_output=True, text=True, check=True)
+    needed = set(re.findall(r"\(NEEDED\) +Shared library: \[(.*)\]", dynamic.stdout))
+    assert needed - OF_SANITIZERS <= {
+        "libruvo_simulated_platform.so", "libstdc++.so.6", "libgcc_s.so.1", "libm.so.6", "libc.so.6",
+        "ld-linux-x86-64.so.2",
+    }
+    assert {"libruvo_simulated_platform.so", "libstdc++.so.6", "libc.so.6"} <= needed
 
 
 def test_a_build_without_a_library_says_so(tmp_path):

@@ -83,6 +83,8 @@ TEST_F(TokenTextTest, ADoubleHasSixDecimals) {
     EXPECT_EQ(text_of_double(0.0000006), "0.000001");
     EXPECT_EQ(text_of_double(1e15), "1000000000000000.000000");
     EXPECT_EQ(text_of_double(std::numeric_limits<double>::infinity()), "inf");
+    EXPECT_EQ(text_of_double(-std::numeric_limits<double>::infinity()), "-inf");
+    EXPECT_EQ(text_of_double(std::numeric_limits<double>::quiet_NaN()), "nan");
 }
 
 TEST_F(TokenTextTest, ALargeDoubleIsWhole) {

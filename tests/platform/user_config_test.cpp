@@ -55,6 +55,12 @@ TEST_F(GetTokenValueTest, TellsAKeyWholeThoughItsSectionIsCut) {
                   "\":{}} key=" + repeated(600, 'x') + "\n");
 }
 
+TEST_F(GetTokenValueTest, TellsAnEmptyKey) {
+    g_debug_flag = 1;
+    EXPECT_EQ(test::output_of([] { (void)get_token_value(""); }),
+              "[get_token_value:1313] get user json={\"\":{}} key=\n");
+}
+
 TEST_F(GetTokenValueTest, IsSilentOtherwise) {
     EXPECT_EQ(test::output_of([] { (void)get_token_value("network.ruvo.enable"); }), "");
 }
