@@ -2,12 +2,14 @@
 
 #include "tests/support/output.h"
 #include "tests/support/refused_calls.h"
+#include "tests/support/text.h"
 #include "tests/support/world.h"
 
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
+#include <string>
 
 namespace ruvo {
 namespace {
@@ -16,12 +18,12 @@ class EnableSwitchTest : public test::DaemonTest {};
 
 TEST_F(EnableSwitchTest, FollowsTheToolsAnswer) {
     struct Case {
-        const char* answer;
+        std::string answer;
         std::uint32_t before;
         std::uint32_t after;
         const char* why;
     };
-    constexpr Case kCases[] = {
+    const Case cases[] = {
         {"true\n", 0, 1, "switched on"},
         {"false\n", 1, 0, "switched off"},
         {"TRUE\n", 0, 1, "any case"},
@@ -32,8 +34,10 @@ TEST_F(EnableSwitchTest, FollowsTheToolsAnswer) {
         {"", 1, 1, "no output: stays on"},
         {"noise\ntrue\n", 0, 0, "only the first line is read"},
         {"false\ntrue\n", 1, 0, "only the first line is read"},
+        {"true" + test::repeated(1000, 'x') + "\n", 0, 1, "a long line counts by its beginning"},
+        {test::repeated(127, 'x') + "true\n", 0, 0, "a line ends where the buffer does"},
     };
-    for (const Case& c : kCases) {
+    for (const Case& c : cases) {
         set_tool_answer(c.answer);
         context_.enable = c.before;
         EXPECT_EQ(renew_enable_event(context_), 0) << c.why;
