@@ -7,8 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace ruvo {
 namespace {
+
+using namespace std::string_literals;
 
 constexpr char kMirror[] = "/tmp/ruvo_mirror.txt";
 
@@ -31,6 +35,24 @@ TEST_F(MirrorTest, TheDumpGivesEveryLineBack) {
     EXPECT_EQ(dump(context_, kMirror), 0);
     EXPECT_EQ(test::text_of(kMirror),
               "PowerOnCount=1\nPowerOnData0=410042\nPowerOnIP0=1.2.3.4\r\n");
+}
+
+TEST_F(MirrorTest, BothCutALineAtAZeroByteOfKeyOrValue) {
+    context_.normalEntries.set(
+        {{1, "A", "Count", "", "1\0x"s}, {0, "B\0C"s, "", "", "2"}, {2, "D", "IP", "0", "3"}});
+    EXPECT_EQ(write_ascii_mirror(context_, kMirror), 0);
+    EXPECT_EQ(test::text_of(kMirror), "ACount=1BDIP0=3\n");
+    EXPECT_EQ(dump(context_, kMirror), 0);
+    EXPECT_EQ(test::text_of(kMirror), "ACount=1BDIP0=3\n");
+}
+
+TEST_F(MirrorTest, AFailureInTheMiddleOfWritingIsNotNoticed) {
+    EXPECT_EQ(test::output_of([this] {
+                  EXPECT_EQ(write_ascii_mirror(context_, "/dev/full"), 0);
+                  EXPECT_EQ(dump(context_, "/dev/full"), 0);
+              }),
+              "");
+    EXPECT_EQ(log(), "");
 }
 
 TEST_F(MirrorTest, ReplacesWhatThePathHolds) {

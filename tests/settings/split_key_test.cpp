@@ -1,5 +1,7 @@
 #include "settings/split_key.h"
 
+#include "tests/support/text.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -51,6 +53,9 @@ TEST(SplitKey, FindsEveryFieldWord) {
         {"aIP", 1, "a", "IP", "", "a name of one character"},
         {" PowerOnCount", 1, " PowerOn", "Count", "", "a leading blank belongs to the name"},
         {"countCount", 1, "count", "Count", "", "the lower-case word is no field"},
+        {"\xC3\x84\xFF"
+         "Count",
+         1, "\xC3\x84\xFF", "Count", "", "a name of any bytes"},
     };
     for (const Case& c : kCases) expect_split(c);
 }
@@ -99,6 +104,14 @@ TEST(SplitKey, FollowsTheOrderOfTheVocabularyNotOfTheKey) {
         {"aCountCount", 2, "a", "Count", "Count", "the first occurrence splits"},
     };
     for (const Case& c : kCases) expect_split(c);
+}
+
+TEST(SplitKey, SplitsAKeyOfAnyLength) {
+    const std::string name = test::repeated(100'000, 'P');
+    const std::string index = test::repeated(100'000, '0');
+    const EventDefinition expected{kIndexedKey, name, "Port", index, "value"};
+    EXPECT_EQ(split_key(name + "Port" + index, "value"), expected);
+    EXPECT_EQ(split_key(name, "value"), (EventDefinition{kPlainKey, name, "", "", "value"}));
 }
 
 TEST(SplitKey, KeepsTheValueAsItIs) {
