@@ -59,6 +59,18 @@ TEST_F(BuildEventDataTest, LeavesTheListAsItIs) {
     EXPECT_EQ(context_.eventList.get()->front().subCommands[0].data, "{{v}}");
 }
 
+TEST_F(BuildEventDataTest, AsksTheStatusServiceOnceForEveryName) {
+    replace_tool("timeout", "echo asked >> /tmp/tools/questions\n");
+    std::string questions;
+    for (const char* name : {"PowerOn", "Nobody"}) {
+        for (const std::int32_t mode : {0, 1}) {
+            (void)build_event_data(context_, name, mode);
+            questions += "asked\n";
+            EXPECT_EQ(test::text_of("/tmp/tools/questions"), questions) << name << ' ' << mode;
+        }
+    }
+}
+
 TEST_F(BuildEventDataTest, AsksTheStatusServiceBeforeItExpands) {
     test::StatusService service("v:new\rb:2\rc:3\rd:4\re:5\rf:6\r");
     // The exchange has a tenth of a second, which a busy machine may miss.

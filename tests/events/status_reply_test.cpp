@@ -1,5 +1,7 @@
 #include "events/status_reply.h"
 
+#include "tests/support/memory_stream.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -40,6 +42,12 @@ TEST(ParseStatusLine, GivesNothingWithoutAColon) {
     for (const char* line : {"", "\n", "OK\n", "input=HDMI1\n", "   "}) {
         EXPECT_FALSE(parse_status_line(line)) << "'" << line << "'";
     }
+}
+
+TEST(ReadStatusReport, EndsALineAtItsFirstZeroByte) {
+    std::string report = "a:1\0x\nb\0:2\n\0c:3\nd:4\n"s;
+    const UniqueFile stream = test::stream_of(report);
+    EXPECT_EQ(read_status_report(stream.get()), (StatusVariables{{"a", "1"}, {"d", "4"}}));
 }
 
 }  // namespace

@@ -81,6 +81,26 @@ TEST_F(StatusVariablesTest, AsksWithACarriageReturn) {
     EXPECT_EQ(service.requests().back(), "getStatus\r");
 }
 
+TEST_F(StatusVariablesTest, TheShellReadsTheBackslashesItself) {
+    // The pipeline's programs are children of the shell that has the whole command.
+    replace_tool("timeout", "tr '\\0' '\\n' < /proc/$PPID/cmdline > /tmp/tools/command\n");
+    EXPECT_EQ(renew_macro_var(context_), 0);
+    const std::string command = test::text_of("/tmp/tools/command");
+    EXPECT_TRUE(
+        command.ends_with("\nprintf 'getStatus\\r' | timeout 0.1 nc 127.0.0.1 50001 "
+                          "2>/dev/null | tr '\\r' '\\n'\n"))
+        << command;
+}
+
+TEST_F(StatusVariablesTest, ComplaintsAndTheEndOfTheExchangeDoNotMatter) {
+    replace_tool("timeout",
+                 "echo complaint >&2\nprintf 'a:1\\rb:2\\rc:3\\rd:4\\re:5\\rf:6\\r'\nexit 124\n");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(renew_macro_var(context_), 6);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(test::text_of(kText), "a=1\nb=2\nc=3\nd=4\ne=5\nf=6\n");
+}
+
 TEST_F(StatusVariablesTest, AMissingServiceKeepsTheVariables) {
     EXPECT_EQ(renew_macro_var(context_), 0);
     EXPECT_EQ(*context_.statusVariables.get(), kBefore);
@@ -108,6 +128,18 @@ TEST_F(StatusVariablesTest, ATextThatCannotBeWrittenIsSilent) {
     EXPECT_EQ(test::output_of([this] { EXPECT_EQ(renew_macro_var(context_), 0); }), "");
     EXPECT_EQ(save_macro_var(context_, kText), -1);
     EXPECT_EQ(log(), "");
+}
+
+TEST_F(StatusVariablesTest, ATextThatCannotBeWrittenToItsEndIsNoFailure) {
+    EXPECT_EQ(save_macro_var(context_, "/dev/full"), 0);
+    EXPECT_EQ(log(), "");
+}
+
+TEST_F(StatusVariablesTest, TheTextShowsNamesAndValuesAsTheyAre) {
+    const std::string value = test::repeated(100'000, 'v');
+    context_.statusVariables.set({{"%s%n", "100%d"}, {"", ""}, {"a=b", "c=d"}, {"long", value}});
+    EXPECT_EQ(save_macro_var(context_, kText), 0);
+    EXPECT_EQ(test::text_of(kText), "%s%n=100%d\n=\na=b=c=d\nlong=" + value + "\n");
 }
 
 TEST_F(StatusVariablesTest, WithoutVariablesTheTextIsEmpty) {
