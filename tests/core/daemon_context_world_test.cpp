@@ -20,6 +20,11 @@ TEST_F(DaemonContextTest, StartsWithNothingButTheAnswersOfTheDevice) {
     EXPECT_TRUE(context.statusVariables.get()->empty());
 }
 
+TEST_F(DaemonContextTest, BeginsWithItsLock) {
+    const DaemonContext context;
+    EXPECT_EQ(static_cast<const void*>(&context.lock), static_cast<const void*>(&context));
+}
+
 TEST_F(DaemonContextTest, AsksForTheSwitchOnce) {
     const DaemonContext context;
     EXPECT_EQ(tool_calls(), "get boolean network.ruvo.enable=false\n");

@@ -78,6 +78,8 @@ TEST(BuildEventList, ReadsACountAtTheWidthOfLongAndKeepsTheLow32Bits) {
         {"2147483648", by_long(0, 128), "negative in 32 bits"},
         {"4294967296", by_long(0, 128), "zero in 32 bits"},
         {"4294967298", by_long(2, 128), "the low 32 bits"},
+        {"-4294967295", by_long(1, 0), "the low 32 bits of a negative number"},
+        {"99999999999999999999", by_long(0, 128), "the largest long: -1 in 32 bits"},
     };
     for (const Case& c : kCases) {
         EXPECT_EQ(event_of(c.count, {}).subCommands.size(), static_cast<std::size_t>(c.steps))
@@ -116,6 +118,7 @@ TEST(BuildEventList, StartsAnEntryWithItsNameAndNothingElse) {
 TEST(BuildEventList, TakesACountOnlyFromAKeyThatEndsWithIt) {
     EXPECT_TRUE(build_event_list({{kIndexedKey, "E", "Count", "1", "3"}}).empty());
     EXPECT_TRUE(build_event_list({{kPlainKey, "Count", "", "", "3"}}).empty());
+    EXPECT_TRUE(build_event_list({of_event("count", "3"), of_event("Counts", "3")}).empty());
 }
 
 TEST(BuildEventList, KeepsTheOrderOfTheCounts) {
@@ -173,6 +176,30 @@ TEST(BuildEventList, MatchesNamesByteForByte) {
     }
 }
 
+TEST(BuildEventList, FillsEachEventFromItsOwnRecords) {
+    const EventList list = build_event_list({{kFieldKey, "A", "Count", "", "1"},
+                                             {kFieldKey, "B", "Count", "", "1"},
+                                             {kIndexedKey, "A", "IP", "0", "1.1.1.1"},
+                                             {kIndexedKey, "B", "IP", "0", "2.2.2.2"},
+                                             {kIndexedKey, "C", "IP", "0", "3.3.3.3"},
+                                             {kIndexedKey, "A", "Port", "0", "1"},
+                                             {kIndexedKey, "C", "Port", "0", "3"},
+                                             {kIndexedKey, "B", "Port", "0", "2"}});
+    const EventList expected{{"A", "A", 0, 0, {{"1.1.1.1", "1", "", "", 0, 0}}, 0, 0, 0},
+                             {"B", "B", 0, 0, {{"2.2.2.2", "2", "", "", 0, 0}}, 0, 0, 0}};
+    EXPECT_EQ(list, expected);
+}
+
+TEST(BuildEventList, KnowsNoNameOfTheDefaultTextButTheBuiltInEvents) {
+    const EventList list = build_event_list({{kPlainKey, "EnableEvents", "", "", "true"},
+                                             {kPlainKey, "FastCableDetectEvents", "", "", "true"},
+                                             {kFieldKey, "GenericEvents", "Count", "", "2"},
+                                             {kPlainKey, "DataEncode", "", "", "HEX"}});
+    const EventList expected{
+        {"GenericEvents", "GenericEvents", 0, 0, {SubCommand{}, SubCommand{}}, 0, 0, 0}};
+    EXPECT_EQ(list, expected);
+}
+
 TEST(BuildEventList, ReadsTheIndexAsTheLibraryDoes) {
     struct Case {
         const char* index;
@@ -186,6 +213,8 @@ TEST(BuildEventList, ReadsTheIndexAsTheLibraryDoes) {
         {"128", -1, "beyond every count"},
         {"01", 1, "a leading zero"},
         {" 1", 1, "a leading blank"},
+        {"\t\r 1", 1, "leading blanks of several kinds"},
+        {"00000000000000000000000000000001", 1, "many leading zeros"},
         {"+1", 1, "a plus sign"},
         {"1x", 1, "trailing text"},
         {"1 2", 1, "trailing text"},
@@ -235,6 +264,8 @@ TEST(BuildEventList, ThrowsForAnIndexThatIsNoNumber) {
         {"IP", "x", "no digits"},
         {"Data", " ", "a blank alone"},
         {"Delay", "-", "a sign alone"},
+        {"Delay", "+-1", "two signs"},
+        {"Delay", "- 1", "a blank behind the sign"},
         {"Port", "", "no index at all"},
         {"Count", "X", "the index is read before the field is looked at"},
         {"XMLfield", "X", "the index is read before the field is looked at"},
@@ -382,6 +413,12 @@ TEST(BuildEventList, ADelayRestoresTheNameOfABuiltInEvent) {
     }
 }
 
+TEST(BuildEventList, AnXmlFieldIsAnyText) {
+    for (const char* text : {"", " Lamp ", "A;B", "Lamp\r", "PowerOn"}) {
+        EXPECT_EQ(xml_field_of("Lamp", {{"XMLfield", "x"}, {"XMLfield", text}}), text);
+    }
+}
+
 TEST(BuildEventList, ADelayLeavesTheXmlFieldOfAGenericEvent) {
     for (const char* name : {"Lamp", "poweron", "PowerOn2", "DVI"}) {
         EXPECT_EQ(xml_field_of(name, {{"XMLfield", "L"}, {"Delay", "1"}}), "L") << name;
@@ -402,7 +439,10 @@ TEST(BuildEventList, PassesOverFieldsThatFitNothing) {
         of_event("IP", "1.2.3.4"),        of_event("Port", "9"),
         of_event("Protocol", "UDP"),      of_event("Data", "41"),
         of_step("XMLfield", "0", "Lamp"), of_step("Count", "0", "5"),
-        {kPlainKey, "E", "", "", "x"},
+        {kPlainKey, "E", "", "", "x"},    of_event("xmlfield", "Lamp"),
+        of_event("DELAY", "5"),           of_step("ip", "0", "1.2.3.4"),
+        of_step("PORT", "0", "9"),        of_step("protocol", "0", "UDP"),
+        of_step("DATA", "0", "41"),       of_step("delay", "0", "5"),
     };
     for (const EventDefinition& definition : misplaced) {
         EXPECT_EQ(event_of("1", {definition}), untouched) << definition.field;

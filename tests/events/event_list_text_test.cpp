@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 namespace ruvo {
@@ -31,6 +32,16 @@ TEST(EventListLine, ShowsANegativeDelayOfTheEvent) {
     EXPECT_EQ(event_list_line({"E", "E", 0, 0, {}, 0, -3, 0}), "E;E;Delay=-3;\n");
 }
 
+TEST(EventListLine, ShowsTheLimitsOfTheEventsDelay) {
+    EXPECT_EQ(event_list_line({"E", "E", 0, 0, {}, 0, INT32_MAX, 0}), "E;E;Delay=2147483647;\n");
+    EXPECT_EQ(event_list_line({"E", "E", 0, 0, {}, 0, INT32_MIN, 0}), "E;E;Delay=-2147483648;\n");
+}
+
+TEST(EventListLine, ShowsNamesAsTheyAre) {
+    EXPECT_EQ(event_list_line({"A;B", "", 0, 0, {}, 0, 0, 0}), "A;B;;Delay=0;\n");
+    EXPECT_EQ(event_list_line({" A ", "x\r", 0, 0, {}, 0, 0, 0}), " A ;x\r;Delay=0;\n");
+}
+
 TEST(EventListLine, ShowsDataAsItIs) {
     EventEntry entry{"E", "E", 0, 0, {step("", 0)}, 0, 0, 0};
     entry.subCommands[0].data = "a;b:c\n\0\xFF{{time}}"s;
@@ -51,6 +62,7 @@ TEST(EventListLine, ShowsAStepsOwnDelayInWholeMilliseconds) {
         {-1'999'999, "E;E;0::-1;Delay=0;\n", "negative, cut toward zero"},
         {-999'999, "E;E;0::0;Delay=0;\n", "negative, nothing left"},
         {2'147'483'647'000'000, "E;E;0::2147483647;Delay=0;\n", "the largest"},
+        {-2'147'483'648'000'000, "E;E;0::-2147483648;Delay=0;\n", "the smallest"},
     };
     for (const Case& c : kCases) {
         EventEntry entry{"E", "E", 0, 0, {step("", c.ns)}, 0, 0, 0};

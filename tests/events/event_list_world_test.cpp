@@ -1,14 +1,25 @@
 #include "events/event_list.h"
 
 #include "core/daemon_context.h"
+#include "events/build_event_list.h"
 #include "tests/support/files.h"
 #include "tests/support/output.h"
+#include "tests/support/text.h"
+#include "tests/support/waiting.h"
 #include "tests/support/world.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <type_traits>
 
 namespace ruvo {
 namespace {
@@ -24,6 +35,12 @@ const EventDefinitions kPowerOn{{kFieldKey, "PowerOn", "Count", "", "2"},
                                 {kIndexedKey, "PowerOn", "Delay", "1", "500"}};
 const EventDefinitions kMalformed{{kFieldKey, "PowerOn", "Count", "", "1"},
                                   {kIndexedKey, "PowerOn", "IP", "x", "1.2.3.4"}};
+
+// Whether a thread of this process waits for something.
+bool sleeps(pid_t thread) {
+    const std::string state = test::text_of("/proc/self/task/" + std::to_string(thread) + "/stat");
+    return state.find(") S ") != std::string::npos;
+}
 
 class EventListTest : public test::DaemonTest {
   protected:
@@ -53,6 +70,18 @@ TEST_F(EventListTest, ATestRebuildFillsTheTestListWithoutALine) {
     EXPECT_FALSE(test::is_file(kNormalText));
 }
 
+TEST_F(EventListTest, EveryFlagButZeroSelectsTheTestSide) {
+    context_.testEntries.set(kPowerOn);
+    for (const std::int32_t flag : {2, 256, -1}) {
+        context_.testEventList.set({});
+        EXPECT_EQ(output_of_rebuild(flag), "") << flag;
+        EXPECT_EQ(*context_.testEventList.get(), build_event_list(kPowerOn)) << flag;
+        EXPECT_EQ(write_event_list_txt(context_, "/tmp/ruvo_t", flag), 0) << flag;
+        EXPECT_EQ(test::text_of("/tmp/ruvo_t"), test::text_of(kTestText)) << flag;
+    }
+    EXPECT_FALSE(test::is_file(kNormalText));
+}
+
 TEST_F(EventListTest, NoCountsGiveAnEmptyListAnEmptyFileAndTheLine) {
     context_.eventList.set({EventEntry{}});
     test::write_text(kNormalText, "old\n");
@@ -73,6 +102,34 @@ TEST_F(EventListTest, ARebuildReplacesTheListWhole) {
     EXPECT_EQ(before->front().name, "PowerOn");
 }
 
+TEST_F(EventListTest, ARebuildKeepsNoRuntimeState) {
+    context_.normalEntries.set(kPowerOn);
+    EventList queued = build_event_list(kPowerOn);
+    queued[0].t_ns_cread = 1;
+    queued[0].t_ns_exec = 2;
+    queued[0].has_run = kRecordRun;
+    queued[0].test = 1;
+    context_.eventList.set(queued);
+    (void)output_of_rebuild(0);
+    EXPECT_EQ(*context_.eventList.get(), build_event_list(kPowerOn));
+}
+
+TEST_F(EventListTest, SaysNothingOfWhatItPassesOver) {
+    context_.normalEntries.set({{kFieldKey, "A", "Count", "", "300"},
+                                {kFieldKey, "B", "Count", "", "0"},
+                                {kFieldKey, "C", "Count", "", "-1"},
+                                {kFieldKey, "D", "Count", "", "abc"},
+                                {kIndexedKey, "A", "Delay", "128", "1"},
+                                {kIndexedKey, "B", "Delay", "0", "1"},
+                                {kIndexedKey, "A", "XMLfield", "0", "x"},
+                                {kFieldKey, "A", "Data", "", "41"},
+                                {kFieldKey, "A", "Delay", "", "abc"},
+                                {kPlainKey, "A", "", "", "x"}});
+    g_debug_flag = 1;
+    EXPECT_EQ(output_of_rebuild(0), kOkLine);
+    EXPECT_EQ(log(), kOkLine);
+}
+
 TEST_F(EventListTest, AMalformedIndexLeavesListAndFile) {
     context_.normalEntries.set(kPowerOn);
     (void)output_of_rebuild(0);
@@ -83,6 +140,20 @@ TEST_F(EventListTest, AMalformedIndexLeavesListAndFile) {
               "");
     EXPECT_EQ(context_.eventList.get()->front().subCommands.size(), 2U);
     EXPECT_EQ(test::text_of(kNormalText), "PowerOn;PowerOn;0:AB:0;1:CD:500;Delay=1;\n");
+}
+
+TEST_F(EventListTest, AMalformedIndexIsFoundBehindTheDelaysThatAreTold) {
+    g_debug_flag = 1;
+    context_.normalEntries.set({{kFieldKey, "E", "Count", "", "1"},
+                                {kIndexedKey, "E", "Delay", "0", "100"},
+                                {kIndexedKey, "E", "Delay", "x", "100"},
+                                {kIndexedKey, "E", "Delay", "0", "200"}});
+    EXPECT_EQ(test::output_of([this] {
+                  EXPECT_THROW((void)rebuild_ruvo_event_list(context_, 0), std::invalid_argument);
+              }),
+              "[rebuild_ruvo_event_list:620] ns delay from exec=(0)100000000;\n");
+    EXPECT_EQ(log(), "");
+    EXPECT_FALSE(test::is_file(kNormalText));
 }
 
 TEST_F(EventListTest, AMalformedIndexReleasesTheLock) {
@@ -97,6 +168,85 @@ TEST_F(EventListTest, TheLineComesBeforeATextFileThatCannotBeWritten) {
     context_.normalEntries.set(kPowerOn);
     EXPECT_EQ(output_of_rebuild(0), kOkLine);
     EXPECT_EQ(context_.eventList.get()->size(), 1U);
+}
+
+// Both are one file, which the text empties when it comes.
+TEST_F(EventListTest, TheLineComesBeforeTheTextFile) {
+    std::filesystem::create_symlink(test::kLog, kNormalText);
+    context_.normalEntries.set(kPowerOn);
+    EXPECT_EQ(output_of_rebuild(0), kOkLine);
+    EXPECT_EQ(log(), "PowerOn;PowerOn;0:AB:0;1:CD:500;Delay=1;\n");
+}
+
+// Whatever count the tests before this one have left.
+TEST_F(EventListTest, TheLineRotatesTheLogOnceIn20000) {
+    int rotations = 0;
+    (void)test::output_of([&] {
+        for (int rebuild = 0; rebuild < 20000; ++rebuild) {
+            (void)rebuild_ruvo_event_list(context_, 0);
+            if (std::filesystem::remove(test::kRotatedLog)) ++rotations;
+        }
+    });
+    EXPECT_EQ(rotations, 1);
+}
+
+TEST_F(EventListTest, ARebuildWaitsForTheLockBeforeItTakesTheRecords) {
+    std::atomic<pid_t> id{0};
+    std::atomic<bool> ended{false};
+    std::thread waiting;
+    {
+        const Guard other_rebuild(context_.lock);
+        waiting = std::thread([&] {
+            id = ::gettid();
+            (void)output_of_rebuild(0);
+            ended = true;
+        });
+        EXPECT_TRUE(test::eventually([&] { return ended || sleeps(id); }));
+        EXPECT_FALSE(ended);
+        EXPECT_EQ(log(), "");
+        EXPECT_FALSE(test::is_file(kNormalText));
+        context_.normalEntries.set(kPowerOn);
+    }
+    waiting.join();
+    EXPECT_EQ(*context_.eventList.get(), build_event_list(kPowerOn));
+}
+
+// The text is long enough to be found unfinished, if the lock were free meanwhile.
+TEST_F(EventListTest, ARebuildHoldsTheLockUntilItsTextIsWritten) {
+    const std::string digits = test::repeated(1 << 24, '4');
+    context_.testEntries.set(
+        {{kFieldKey, "E", "Count", "", "1"}, {kIndexedKey, "E", "Data", "0", digits}});
+    std::thread rebuild([this] { (void)rebuild_ruvo_event_list(context_, 1); });
+    EXPECT_TRUE(test::eventually([this] { return !context_.testEventList.get()->empty(); }));
+    {
+        const Guard guard(context_.lock);
+        const std::string expected = "E;E;0:" + test::repeated(1 << 23, 'D') + ":0;Delay=0;\n";
+        EXPECT_TRUE(test::text_of(kTestText) == expected);
+    }
+    rebuild.join();
+}
+
+// A mutex that looks for its owner refuses what would block for ever.
+TEST_F(EventListTest, ALockThatCannotBeTakenThrowsTheSystemsError) {
+    static_assert(std::is_standard_layout_v<Mutex> && sizeof(Mutex) == sizeof(pthread_mutex_t));
+    pthread_mutexattr_t looks_for_its_owner;
+    ::pthread_mutexattr_init(&looks_for_its_owner);
+    ::pthread_mutexattr_settype(&looks_for_its_owner, PTHREAD_MUTEX_ERRORCHECK);
+    auto* const lock = reinterpret_cast<pthread_mutex_t*>(&context_.lock);
+    ::pthread_mutex_init(lock, &looks_for_its_owner);
+    ::pthread_mutexattr_destroy(&looks_for_its_owner);
+
+    context_.normalEntries.set(kPowerOn);
+    ::pthread_mutex_lock(lock);
+    try {
+        (void)rebuild_ruvo_event_list(context_, 0);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code().value(), EDEADLK);
+    }
+    ::pthread_mutex_unlock(lock);
+    EXPECT_TRUE(context_.eventList.get()->empty());
+    EXPECT_EQ(log(), "");
 }
 
 TEST_F(EventListTest, TellsTheStepDelaysWhileDebugging) {
@@ -133,6 +283,12 @@ TEST_F(EventListTest, ATextThatCannotBeWrittenIsAFailureWithoutAMessage) {
                   EXPECT_EQ(write_event_list_txt(context_, "/tmp/ruvo_none/list", 0), -1);
               }),
               "");
+}
+
+TEST_F(EventListTest, ATextThatCannotBeWrittenToItsEndIsNoFailure) {
+    context_.eventList.set({{"N", "N", 0, 0, {}, 0, 0, 0}});
+    EXPECT_EQ(write_event_list_txt(context_, "/dev/full", 0), 0);
+    EXPECT_EQ(log(), "");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "events/hex_to_bytes.h"
 
+#include "tests/support/text.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -45,6 +47,10 @@ TEST(HexToBytes, DecodesTwoCharactersAtATimeAndNeverFails) {
         {"7B7B74696D657D7D", "{{time}}", "a macro"},
     };
     for (const Case& c : cases) EXPECT_EQ(hex_to_bytes(c.hex), c.bytes) << c.why;
+}
+
+TEST(HexToBytes, DecodesATextOfAnyLength) {
+    EXPECT_EQ(hex_to_bytes(test::repeated(200'001, '4')), test::repeated(100'000, 'D') + "\x04");
 }
 
 TEST(HexToBytes, ReadsEveryPieceOfTwoCharactersAsStrtolDoes) {
