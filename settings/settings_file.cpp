@@ -15,14 +15,16 @@
 namespace ruvo {
 namespace {
 
-// Every line is flushed, so an interrupted write ends at a line's end.
-void append_default_settings(const char* path, bool enabled) {
-    const UniqueFile file = open_for_appending(path);
-    if (!file) return;  // the next attempt to read says what is wrong
+// Every line is flushed, so an interrupted write ends at a line's end, and a reader has
+// the whole while the returned file is still open.
+UniqueFile append_default_settings(const char* path, bool enabled) {
+    UniqueFile file = open_for_appending(path);
+    if (!file) return file;  // the next attempt to read says what is wrong
     for (const std::string& line : default_settings_lines(enabled)) {
         std::fputs(line.c_str(), file.get());
         std::fflush(file.get());
     }
+    return file;
 }
 
 UniqueFile open_settings(const DaemonContext& context, const char* path) {
@@ -32,7 +34,9 @@ UniqueFile open_settings(const DaemonContext& context, const char* path) {
     static LogSite not_found;  // the semicolon and the spelling belong to the text
     log_line(not_found, "[%s;%d] Error: not found: %s, writ default\n", "renew_ruvo_txt", 241,
              path);
-    append_default_settings(path, context.enable.load(std::memory_order_relaxed) == 1);
+    // Open until the second attempt is over, which so fails on the last descriptor.
+    const UniqueFile defaults =
+        append_default_settings(path, context.enable.load(std::memory_order_relaxed) == 1);
 
     file = open_for_reading(path);
     if (!file) {

@@ -101,7 +101,7 @@ def smaller_values(field, value):
 
 def smaller_cases(case):
     for field in case:
-        if field in HEX_FIELDS or field in LIST_FIELDS:
+        if case[field] is not None and (field in HEX_FIELDS or field in LIST_FIELDS):
             for value in smaller_values(field, case[field]):
                 # A connection that sends nothing makes no request.
                 if field == "request" and value == "":
@@ -109,7 +109,7 @@ def smaller_cases(case):
                 yield {**case, field: value}
 
 
-def shrink(program, case, long_bits):
+def shrink_until(still_differs, case):
     """Takes the first smaller case that still differs, until none does."""
     questions = 0
     smaller_found = True
@@ -119,11 +119,15 @@ def shrink(program, case, long_bits):
             questions += 1
             if questions > MOST_QUESTIONS:
                 return case
-            if differs(smaller, ask(program, [smaller])[0], long_bits):
+            if still_differs(smaller):
                 case = smaller
                 smaller_found = True
                 break
     return case
+
+
+def shrink(program, case, long_bits):
+    return shrink_until(lambda smaller: differs(smaller, ask(program, [smaller])[0], long_bits), case)
 
 
 # Reports

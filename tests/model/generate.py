@@ -489,6 +489,44 @@ def make_due(rng):
     return {"op": "due", "delays": [rng.choice(pool) for _ in range(rng.choice((0, 1, 2, 3, 5, 8, 16)))]}
 
 
+# Whole plans
+
+def lines_of_step(rng, name, index):
+    """Address, protocol and data with macros and escapes, as bytes or as a long filler."""
+    data = event_data(rng)
+    if one_in(rng, 5):
+        data += b"x" * rng.choice((90, 102, 103, 104, 300))
+    values = (b"Protocol", value_of(rng, b"Protocol")), (b"IP", value_of(rng, b"IP")), \
+        (b"Port", value_of(rng, b"Port")), (b"Data", data.hex().encode())
+    return [name + field + b"%d=" % index + value for field, value in values]
+
+
+def settings_to_plan(rng):
+    """A settings file with events that send something, among others."""
+    lines = []
+    for name in rng.sample(NAMES, rng.randrange(1, 4)):
+        lines.append(count_line(rng, name))
+        for index in range(rng.randrange(1, 5)):
+            lines += lines_of_step(rng, name, index)
+            lines.append(step_line(rng, name))
+        if one_in(rng, 3):
+            lines.append(name + b"Delay=" + rng.choice((b"1", b"59", b"60", b"61", b"-3", b"2")))
+    if one_in(rng, 4):
+        rng.shuffle(lines)
+    return b"".join(line + line_end(rng) for line in lines)
+
+
+def make_plan(rng):
+    """Reports with six items and more are taken over by the daemon."""
+    report = None if one_in(rng, 3) else status_report(rng).hex()
+    settings = settings_file(rng) if one_in(rng, 3) else settings_to_plan(rng)
+    date = [rng.randrange(1970, 2100), rng.randrange(1, 13), rng.randrange(1, 29)]
+    return {"op": "plan", "file": settings.hex(), "report": report,
+            "time": date + [rng.randrange(24), rng.randrange(60), rng.randrange(60)],
+            "uptime": rng.choice((0, 59, 118, 119, 120, 121, 3600, 2 ** 31)),
+            "test": int(one_in(rng, 4)), "switch": rng.choice(("on", "on", "on", "trigger", "run"))}
+
+
 MAKERS = {
     "records": make_records,
     "event_list": make_event_list,

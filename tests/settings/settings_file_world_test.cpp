@@ -7,7 +7,9 @@
 #include "tests/support/world.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -47,6 +49,25 @@ long writes_of_this_thread() {
     }
     return kNotCounted;
 }
+
+// Leaves this process one descriptor that it can still open.
+class OneDescriptorLeft {
+  public:
+    OneDescriptorLeft() {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        const int next = ::dup(STDIN_FILENO);
+        ::close(next);
+        rlimit now = before_;
+        now.rlim_cur = static_cast<rlim_t>(next) + 1;
+        ::setrlimit(RLIMIT_NOFILE, &now);
+    }
+    ~OneDescriptorLeft() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+    OneDescriptorLeft(const OneDescriptorLeft&) = delete;
+    OneDescriptorLeft& operator=(const OneDescriptorLeft&) = delete;
+
+  private:
+    rlimit before_{};
+};
 
 class SettingsFileTest : public test::DaemonTest {
   protected:
@@ -110,6 +131,23 @@ TEST_F(SettingsFileTest, TheDefaultsTellTheSwitchAtThatMoment) {
     set_tool_answer("false\n");  // enabled until the reading asks
     (void)test::output_of([this] { (void)renew_ruvo_txt(context_, 0); });
     EXPECT_EQ(test::text_of(kSettings), std::string("EnableEvents=false\n") + kDefaultLines);
+}
+
+// The defaults are closed only after the second attempt to read, so that one takes none.
+TEST_F(SettingsFileTest, TheLastDescriptorHoldsTheDefaultsUntilTheyHaveBeenOpenedForReading) {
+    context_.normalEntries.set(kOneRecord);
+    const std::string output = test::output_of([this] {
+        const OneDescriptorLeft scarcity;
+        EXPECT_EQ(renew_ruvo_txt(context_, 0), -1);
+    });
+    const std::string not_found =
+        "[renew_ruvo_txt;241] Error: not found: /mnt/configs/ruvo/ruvo.txt, writ default\n";
+    EXPECT_EQ(output, not_found +
+                          "[renew_ruvo_txt;261] Error: cannot open /mnt/configs/ruvo/ruvo.txt;Too "
+                          "many open files\n");
+    EXPECT_EQ(log(), not_found);
+    EXPECT_EQ(test::text_of(kSettings), std::string("EnableEvents=true\n") + kDefaultLines);
+    EXPECT_EQ(*context_.normalEntries.get(), kOneRecord);
 }
 
 TEST_F(SettingsFileTest, OnlyASwitchOfOneIsTrueInTheDefaults) {
