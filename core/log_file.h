@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/unique_fd.h"
+#include "core/file.h"
 
 #include <fcntl.h>
 #include <sys/uio.h>
@@ -12,11 +12,11 @@
 namespace ruvo {
 
 // A log file is opened for each text and closed behind it, so that nobody who renames,
-// deletes or truncates it is in the way. Any thread.
+// deletes or truncates it is in the way, and nobody who reads it as a FIFO. Any thread.
 
 // Made when it is not there, close-on-exec; empty when it can't be opened.
 inline UniqueFd open_log_file(const char* path) {
-    return UniqueFd(::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+    return open_at_once(path, O_WRONLY | O_APPEND | O_CREAT);
 }
 
 // The pieces of a text in one write, so texts of different threads do not mix. A full

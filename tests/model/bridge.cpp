@@ -54,7 +54,7 @@ std::string bytes_of(const Json& hex) {
 // What a stdio stream makes of these bytes.
 UniqueFile as_file(std::string& bytes) {
     // An empty buffer is none to fmemopen.
-    if (bytes.empty()) return open_for_reading("/dev/null");
+    if (bytes.empty()) return UniqueFile(std::fopen("/dev/null", "re"));
     return UniqueFile(::fmemopen(bytes.data(), bytes.size(), "r"));
 }
 
