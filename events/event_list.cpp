@@ -3,6 +3,7 @@
 #include "core/daemon_context.h"
 #include "core/file.h"
 #include "core/log.h"
+#include "core/process_state.h"
 #include "events/build_event_list.h"
 #include "events/event_list_text.h"
 
@@ -22,7 +23,8 @@ int rebuild_ruvo_event_list(DaemonContext& context, std::int32_t test) {
     const Guard guard(context.lock);
     const auto definitions = (test ? context.testEntries : context.normalEntries).get();
     (test ? context.testEventList : context.eventList)
-        .set(build_event_list(*definitions, trace_delay));
+        .set(build_event_list(*definitions,
+                              debug_enabled() ? DelayListener(trace_delay) : DelayListener()));
     if (test) {
         (void)write_event_list_txt(context, "/tmp/ruvo_event_list_test.txt", 1);
     } else {

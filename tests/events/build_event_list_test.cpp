@@ -141,6 +141,34 @@ TEST(BuildEventList, MakesTwoEntriesForTwoCountsAndFillsBoth) {
               (std::vector<SubCommand>{{"1.2.3.4", "", "", "", 0, 0}, {"", "9", "", "", 0, 0}}));
 }
 
+TEST(BuildEventList, FillsEntriesOfOneNameAsFarAsTheirStepsReach) {
+    const EventList list = build_event_list({of_event("Count", "1"),
+                                             of_event("Count", "3"),
+                                             of_event("Count", "2"),
+                                             {kFieldKey, "F", "Count", "", "2"},
+                                             of_event("XMLfield", "Lamp"),
+                                             of_event("Delay", "7"),
+                                             of_step("Data", "2", "43"),
+                                             of_step("Delay", "0", "100"),
+                                             of_step("Delay", "1", "200"),
+                                             of_step("Delay", "2", "300")});
+    const SubCommand first{"", "", "", "", 100'000'000, 100'000'000};
+    const SubCommand second{"", "", "", "", 200'000'000, 300'000'000};
+    const SubCommand third{"", "", "", "C", 300'000'000, 600'000'000};
+    ASSERT_EQ(list.size(), 4U);
+    for (const std::size_t i : {0U, 1U, 2U}) {
+        EXPECT_EQ(list[i].name, "E");
+        EXPECT_EQ(list[i].xmlField, "Lamp");
+        EXPECT_EQ(list[i].delay, 7);
+    }
+    EXPECT_EQ(list[0].subCommands, (std::vector<SubCommand>{first}));
+    EXPECT_EQ(list[1].subCommands, (std::vector<SubCommand>{first, second, third}));
+    EXPECT_EQ(list[2].subCommands, (std::vector<SubCommand>{first, second}));
+    EXPECT_EQ(list[3].name, "F");
+    EXPECT_EQ(list[3].xmlField, "F");
+    EXPECT_EQ(list[3].subCommands, std::vector<SubCommand>(2));
+}
+
 TEST(BuildEventList, FindsRecordsThatComeBeforeTheirCount) {
     const EventList list =
         build_event_list({of_step("IP", "0", "1.2.3.4"), of_event("Count", "1")});
@@ -390,6 +418,27 @@ TEST(BuildEventList, TellsTheListenerOfEveryStepDelay) {
     const std::vector<std::pair<std::int32_t, std::int64_t>> expected{{0, 100'000'000},
                                                                       {1, 300'000'000}};
     EXPECT_EQ(told, expected);
+}
+
+TEST(BuildEventList, TellsTheListenerOfTheDelayOfEveryEntryThatHasTheStep) {
+    std::vector<std::int32_t> told;
+    (void)build_event_list({of_event("Count", "1"), of_event("Count", "3"), of_event("Count", "2"),
+                            of_step("Delay", "2", "1"), of_step("Delay", "1", "1"),
+                            of_step("Delay", "0", "1"), of_step("Delay", "3", "1")},
+                           [&](std::int32_t index, std::int64_t) { told.push_back(index); });
+    EXPECT_EQ(told, (std::vector<std::int32_t>{2, 1, 1, 0, 0, 0}));
+}
+
+// Each of a hundred thousand entries gets each of a hundred thousand records: only a
+// builder whose time is not their product comes to an end here.
+TEST(BuildEventList, HasRoomForAsManyEntriesOfOneNameAsAFileHas) {
+    constexpr std::size_t kMany = 100'000;
+    EventDefinitions definitions(kMany, of_event("Count", "1"));
+    definitions.resize(2 * kMany, of_step("IP", "0", "1.2.3.4"));
+    const EventList list = build_event_list(definitions);
+    ASSERT_EQ(list.size(), kMany);
+    EXPECT_EQ(list.front(), list.back());
+    EXPECT_EQ(list.back().subCommands[0].ip, "1.2.3.4");
 }
 
 // The xmlField of an event after its records in the given order.
