@@ -49,6 +49,35 @@ def ids(text, *arguments):
     return [found["id"] for found in checked(text, *arguments)["diagnostics"]]
 
 
+def run_on(verb, path):
+    arguments = ["Beamer", "-f"] if verb == "plan" else []
+    return subprocess.run([RUVOCTL, verb, *arguments, path], capture_output=True, timeout=20)
+
+
+@pytest.mark.parametrize("verb", ["check", "plan"])
+@pytest.mark.parametrize("path", ["/dev/zero", "/dev/null", "/dev/full"])
+def test_a_device_is_not_read(verb, path):
+    answer = run_on(verb, path)
+    assert (answer.returncode, answer.stdout) == (1, b"")
+    assert f"cannot read {path}: a device".encode() in answer.stderr
+
+
+@pytest.mark.parametrize("verb", ["check", "plan"])
+def test_a_fifo_that_nobody_writes_to_is_empty(verb, tmp_path, settings):
+    os.mkfifo(tmp_path / "fifo")
+    assert run_on(verb, tmp_path / "fifo").returncode == run_on(verb, settings(b"")).returncode
+
+
+@pytest.mark.parametrize("verb", ["check", "plan"])
+def test_a_fifo_is_read_as_long_as_somebody_writes_to_it(verb, settings):
+    """The shell gives the output of a program the name of such a one."""
+    command = f"{RUVOCTL} {verb} {'Beamer -f' if verb == 'plan' else ''} <(sleep 0.2; cat ruvo.txt)"
+    path = settings(BEAMER + b"# filling\n" * 20000)
+    answer = subprocess.run(["bash", "-c", command], cwd=path.parent, capture_output=True, timeout=20)
+    assert answer.returncode == 0, answer
+    assert b"10.1.2.3" in answer.stdout or verb == "check"
+
+
 @pytest.mark.parametrize("text, status", [
     (BEAMER, 0), (WARNED, 0), (HOST, 3), (VOID, 3), (b"", 4), (b"PowerOnCount=0\n", 4),
     (b"# only a comment\n", 4),
