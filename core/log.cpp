@@ -3,12 +3,16 @@
 #include "core/log_file.h"
 #include "core/process_state.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <new>
 #include <string>
+#include <string_view>
 
 namespace ruvo {
 namespace {
@@ -29,20 +33,41 @@ class KeepErrno {
     int saved_;
 };
 
-// The formatted text; empty when there is no memory for it.
-std::string formatted(const char* format, std::va_list arguments) try {
-    std::va_list measured;
-    va_copy(measured, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    return text;
-} catch (const std::bad_alloc&) {
-    return {};
-}
+// A formatted text. A usual one takes no memory, since it may be the one that says
+// that there is none; a long one for which there is none is cut.
+class Message {
+  public:
+    Message(const char* format, std::va_list arguments) {
+        std::va_list again;
+        va_copy(again, arguments);
+        const int length = std::vsnprintf(usual_.data(), usual_.size(), format, arguments);
+        text_ = {usual_.data(), std::min(as_size(length), usual_.size() - 1)};
+        if (as_size(length) > text_.size()) format_long(as_size(length), format, again);
+        va_end(again);
+    }
+    Message(const Message&) = delete;
+    Message& operator=(const Message&) = delete;
 
-void write_to_standard_output(const std::string& text) {
+    [[nodiscard]] std::string_view text() const { return text_; }
+
+  private:
+    static std::size_t as_size(int length) {
+        return length > 0 ? static_cast<std::size_t>(length) : 0;
+    }
+
+    void format_long(std::size_t length, const char* format, std::va_list arguments) try {
+        long_.resize(length);
+        std::vsnprintf(long_.data(), length + 1, format, arguments);
+        text_ = long_;
+    } catch (const std::bad_alloc&) {
+    }
+
+    std::array<char, 512> usual_;
+    std::string long_;
+    std::string_view text_;
+};
+
+void write_to_standard_output(std::string_view text) {
     (void)std::fwrite(text.data(), 1, text.size(), stdout);  // nobody could be told
 }
 
@@ -60,13 +85,13 @@ void log_line(LogSite& site, const char* format, ...) {
     const KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatted(format, arguments);
+    const Message message(format, arguments);
     va_end(arguments);
 
-    write_to_standard_output(text);
+    write_to_standard_output(message.text());
     const UniqueFd file = open_log_file(kLogPath);
     if (!file) return;
-    append_to_log(file, text);
+    append_to_log(file, message.text());
     count_and_rotate(site);
 }
 
@@ -74,13 +99,13 @@ void log_line_unrotated(const char* format, ...) {
     const KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatted(format, arguments);
+    const Message message(format, arguments);
     va_end(arguments);
 
     const UniqueFd file = open_log_file(kLogPath);
     if (!file) return;
-    write_to_standard_output(text);
-    append_to_log(file, text);
+    write_to_standard_output(message.text());
+    append_to_log(file, message.text());
 }
 
 void debug_line(const char* format, ...) {
@@ -88,7 +113,7 @@ void debug_line(const char* format, ...) {
     const KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
-    write_to_standard_output(formatted(format, arguments));
+    write_to_standard_output(Message(format, arguments).text());
     va_end(arguments);
 }
 
@@ -96,7 +121,7 @@ void print_line(const char* format, ...) {
     const KeepErrno keep;
     std::va_list arguments;
     va_start(arguments, format);
-    write_to_standard_output(formatted(format, arguments));
+    write_to_standard_output(Message(format, arguments).text());
     va_end(arguments);
 }
 

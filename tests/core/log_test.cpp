@@ -47,6 +47,13 @@ TEST_F(OutputTest, WritesALongMessageWhole) {
     EXPECT_EQ(test::output_of([&] { print_line("%s\n", text.c_str()); }), text + "\n");
 }
 
+TEST_F(OutputTest, WritesAMessageOfEveryLengthWhole) {
+    for (std::size_t length = 500; length < 530; ++length) {
+        const std::string text = test::repeated(length, 'x');
+        EXPECT_EQ(test::output_of([&] { print_line("%s", text.c_str()); }), text) << length;
+    }
+}
+
 TEST_F(OutputTest, LeavesErrnoAlone) {
     g_debug_flag = 1;
     (void)test::output_of([] {
