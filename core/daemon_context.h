@@ -37,9 +37,11 @@ struct DaemonContext {
 
     // 1: events are sent; 0: events are skipped. Read by any thread, without the guard.
     std::atomic<std::uint32_t> enable{0};
-    // Held while the switch and the user configuration are made equal, in either
-    // direction: an answer that is older than a command never overwrites it.
+    // Leaf: the switch is written under it, never a tool run.
     Mutex enable_guard;
+    // Counts the beginnings and the ends of commands that set the switch, so an odd
+    // number means that one is being carried out.
+    std::uint32_t switch_commands RUVO_GUARDED_BY(enable_guard) = 0;
 
     // The address in dotted form, empty until known, and its interface. Main thread.
     std::string localIp;

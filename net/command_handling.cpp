@@ -8,6 +8,7 @@
 #include "net/command_text.h"
 #include "platform/shell.h"
 #include "platform/user_config.h"
+#include "settings/enable_switch.h"
 #include "settings/load_settings.h"
 
 #include <sys/socket.h>
@@ -47,8 +48,7 @@ std::string test_event(const std::string& event) {
 
 // Takes effect at once, and is kept for the next start.
 void set_switch(std::uint32_t enable, int line, const char* command) {
-    const Guard guard(g_daemon_ctx->enable_guard);
-    g_daemon_ctx->enable.store(enable, std::memory_order_relaxed);
+    const SwitchCommand being_stored(*g_daemon_ctx, enable);
     debug_line("[%s:%d] s_cmd=%s\n", "handle_tcp_command", line, command);
     (void)_system(command);  // the client hears nothing of a failure
 }

@@ -25,6 +25,19 @@ std::optional<bool> ask_tool() {
     return line ? parse_switch(*line) : std::nullopt;
 }
 
+std::uint32_t switch_commands(DaemonContext& context) {
+    const Guard guard(context.enable_guard);
+    return context.switch_commands;
+}
+
+// An answer counts when no command has set the switch since the question.
+void store_answer(DaemonContext& context, bool answer, std::uint32_t commands_before) {
+    const bool was_command_under_way = commands_before % 2 != 0;
+    const Guard guard(context.enable_guard);
+    if (was_command_under_way || context.switch_commands != commands_before) return;
+    context.enable.store(answer ? 1 : 0, std::memory_order_relaxed);
+}
+
 }  // namespace
 
 std::optional<bool> parse_switch(std::string_view tool_output) {
@@ -34,12 +47,22 @@ std::optional<bool> parse_switch(std::string_view tool_output) {
 }
 
 int renew_enable_event(DaemonContext& context) {
-    const Guard guard(context.enable_guard);
-    if (const auto answer = ask_tool())
-        context.enable.store(*answer ? 1 : 0, std::memory_order_relaxed);
+    const std::uint32_t commands_before = switch_commands(context);
+    if (const auto answer = ask_tool()) store_answer(context, *answer, commands_before);
     debug_line("[%s:%d] enable event=%d\n", "renew_enable_event", 700,
                static_cast<int>(context.enable.load(std::memory_order_relaxed)));
     return 0;
+}
+
+SwitchCommand::SwitchCommand(DaemonContext& context, std::uint32_t enable) : context_(context) {
+    const Guard guard(context_.enable_guard);
+    ++context_.switch_commands;
+    context_.enable.store(enable, std::memory_order_relaxed);
+}
+
+SwitchCommand::~SwitchCommand() {
+    const Guard guard(context_.enable_guard);
+    ++context_.switch_commands;
 }
 
 }  // namespace ruvo
