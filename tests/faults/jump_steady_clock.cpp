@@ -1,47 +1,43 @@
 // Sets the daemon's steady clock ahead while it runs: the file that
 // RUVO_CLOCK_JUMP names holds the nanoseconds to add, as a 64-bit number.
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <time.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
 
 #include "next_call.h"
+#include "shared_number.h"
 
 namespace {
 
-using Nanoseconds = std::atomic<std::int64_t>;
+constexpr std::int64_t kSecond = 1000000000;
 
-Nanoseconds* map_jump() {
-    const char* const path = std::getenv("RUVO_CLOCK_JUMP");
-    if (path == nullptr || std::strcmp(program_invocation_short_name, "ruvotcpd") != 0)
-        return nullptr;
-    const int file = open(path, O_RDWR | O_CLOEXEC);
-    if (file < 0) return nullptr;
-    void* const memory = mmap(nullptr, sizeof(Nanoseconds), PROT_READ, MAP_SHARED, file, 0);
-    close(file);
-    return memory == MAP_FAILED ? nullptr : static_cast<Nanoseconds*>(memory);
+constinit SharedNumber jump;
+
+__attribute__((constructor)) void prepare() { jump.open("RUVO_CLOCK_JUMP"); }
+
+timespec moved(const timespec& time, std::int64_t nanoseconds) {
+    const std::int64_t moved = time.tv_sec * kSecond + time.tv_nsec + nanoseconds;
+    return {.tv_sec = moved / kSecond, .tv_nsec = moved % kSecond};
 }
-
-Nanoseconds* jump = nullptr;
-
-__attribute__((constructor)) void prepare() { jump = map_jump(); }
 
 }  // namespace
 
-extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept {
+extern "C" {
+
+int clock_gettime(clockid_t clock, timespec* now) noexcept {
     static constinit NextCall<int(clockid_t, timespec*)> next("clock_gettime");
     const int result = next.get()(clock, now);
-    if (result != 0 || clock != CLOCK_MONOTONIC || jump == nullptr) return result;
-    constexpr std::int64_t kSecond = 1000000000;
-    const std::int64_t shifted = now->tv_sec * kSecond + now->tv_nsec + jump->load();
-    now->tv_sec = shifted / kSecond;
-    now->tv_nsec = shifted % kSecond;
+    if (result == 0 && clock == CLOCK_MONOTONIC) *now = moved(*now, jump.value());
     return result;
 }
+
+// Who waits until a moment of this clock waits no longer than before.
+int clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest) {
+    static constinit NextCall<int(clockid_t, int, const timespec*, timespec*)> next(
+        "clock_nanosleep");
+    if (clock != CLOCK_MONOTONIC || flags != TIMER_ABSTIME)
+        return next.get()(clock, flags, time, rest);
+    const timespec until = moved(*time, -jump.value());
+    return next.get()(clock, flags, &until, rest);
+}
+
+}  // extern "C"
