@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 namespace ruvo {
 namespace {
@@ -29,12 +30,14 @@ void print_entries(const std::map<std::string, std::string>& entries) {
 
 }  // namespace
 
-int ruvotcp_client(std::string_view command) {
+int ruvotcp_client(std::string_view command) try {
     if (command != "getStatus") return 0;
     std::array<char, kReplyBytes> reply{};
     if (tcpclient(kServiceIp, kServicePort, "getStatus\r", reply) < 0) return 0;
     print_entries(parse_status_reply(with_line_feeds(until_zero({reply.data(), reply.size()}))));
     return 0;
+} catch (const std::bad_alloc&) {
+    return 0;  // prints nothing, like a request that has no reply
 }
 
 std::map<std::string, std::string> parse_status_reply(std::string_view text) {
