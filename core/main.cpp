@@ -3,7 +3,7 @@
 #include "core/start_up.h"
 #include "core/supervision.h"
 
-int main(int argc, char* argv[]) {
+int main(int argc, char* argv[]) try {
     ruvo::set_up_process();
     if (ruvo::parse_command_line(argc, argv)) return 0;
     ruvo::print_version_line();
@@ -19,4 +19,7 @@ int main(int argc, char* argv[]) {
     ruvo::wait_for_network();
     ruvo::wait_for_status_service();
     ruvo::supervise();
+} catch (...) {
+    ruvo::report_failed_start();
+    return 1;
 }

@@ -16,11 +16,12 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
+#include <cstdio>
 #include <new>
-#include <string>
 #include <system_error>
 #include <thread>
 
@@ -74,8 +75,10 @@ void prepare_directories() {
 }
 
 void write_pid_file() {
-    const std::string command = "echo " + std::to_string(::getpid()) + " > /var/run/ruvotcp.pid";
-    (void)_system(command.c_str());
+    std::array<char, 256> command{};
+    std::snprintf(command.data(), command.size(), "echo %d > /var/run/ruvotcp.pid",
+                  static_cast<int>(::getpid()));
+    (void)_system(command.data());
 }
 
 void clear_import_flag() { (void)_system("userconfigtool set boolean network.ruvo.import=false"); }
@@ -112,6 +115,11 @@ bool start_threads() {
         return false;
     }
     return true;
+}
+
+void report_failed_start() noexcept {
+    static LogSite failed;
+    log_line(failed, "Error: [%s:%d] start-up: %s\n", "main", 1918, exception_text());
 }
 
 void wait_for_network() {

@@ -31,6 +31,10 @@ void log_local_ip();
 // can't be started.
 [[nodiscard]] bool start_threads();
 
+// Says what has ended the start-up, as a rule that there is no memory for what it creates.
+// Called in a catch block only.
+void report_failed_start() noexcept;
+
 // Wait, without a limit, for an IPv4 address and for a full status report.
 void wait_for_network();
 void wait_for_status_service();
