@@ -13,12 +13,12 @@ int main(int argc, char* argv[]) try {
     ruvo::announce_pid_file();
     ruvo::create_server_context();
     ruvo::create_daemon_context();
-    ruvo::read_first_settings();
+    const bool settings_read = ruvo::read_first_settings();
     ruvo::log_local_ip();
     if (!ruvo::start_threads()) return 1;
     ruvo::wait_for_network();
     ruvo::wait_for_status_service();
-    ruvo::supervise();
+    ruvo::supervise(settings_read);
 } catch (...) {
     ruvo::report_failed_start();
     return 1;

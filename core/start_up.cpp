@@ -93,9 +93,9 @@ void create_server_context() { g_server_ctx = new ServerContext(); }
 
 void create_daemon_context() { g_daemon_ctx = new DaemonContext(); }
 
-void read_first_settings() {
+bool read_first_settings() {
     static LogSite failed;
-    load_settings(*g_daemon_ctx, 0, failed, "main", 1929);
+    return load_settings(*g_daemon_ctx, 0, failed, "main", 1929);
 }
 
 void log_local_ip() {

@@ -22,8 +22,8 @@ void announce_pid_file();
 void create_server_context();
 void create_daemon_context();
 
-// Reads the settings and builds the event list.
-void read_first_settings();
+// Reads the settings and builds the event list; false when there was no memory for it.
+bool read_first_settings();
 
 void log_local_ip();
 

@@ -17,6 +17,8 @@ namespace ruvo {
 namespace {
 
 constexpr std::chrono::microseconds kPassInterval{200000};
+// Ten seconds: a file that never fits the memory is not read all the time.
+constexpr int kPassesToRetry = 50;
 
 bool window_over() { return g_power_on_window_over.load(std::memory_order_relaxed) != 0; }
 
@@ -78,21 +80,36 @@ class SettingsWatch {
     timespec seen_{};
 };
 
-// The change counts as seen, whatever the reading says.
-void reload_settings() {
-    static LogSite failed;
-    load_settings(*g_daemon_ctx, 0, failed, "main", 1996);
-}
+// Keeps the event list as the settings file is.
+class SettingsReader {
+  public:
+    explicit SettingsReader(bool read) { note(read); }
+
+    // A change counts as seen, whatever the reading says.
+    void look() {
+        const bool changed = watch_.has_changed();
+        const bool is_due = passes_to_retry_ > 0 && --passes_to_retry_ == 0;
+        if (!changed && !is_due) return;
+        static LogSite failed;
+        note(load_settings(*g_daemon_ctx, 0, failed, "main", 1996));
+    }
+
+  private:
+    void note(bool read) { passes_to_retry_ = read ? 0 : kPassesToRetry; }
+
+    SettingsWatch watch_;
+    int passes_to_retry_ = 0;  // 0: there is nothing to be read again
+};
 
 }  // namespace
 
-void supervise() {
+void supervise(bool settings_read) {
     UptimeWatch uptime;
-    SettingsWatch settings;
+    SettingsReader settings(settings_read);
     for (;;) {
         uptime.look();
         std::this_thread::sleep_for(kPassInterval);
-        if (settings.has_changed()) reload_settings();
+        settings.look();
     }
 }
 
