@@ -15,29 +15,65 @@ CALLS = (
     "accept",
     "recv",
     "send",
+    "connect",
+    "sendto",
+    "open_to_read",
+    "open_to_write",
+    "write",
+    "rename",
+    "stat",
+    "popen",
+    "system",
     "pthread_create",
+    "getifaddrs",
+    "sysinfo",
+    "allocation",
     "big_allocation",
+    "queue_pass",
+    "supervision_pass",
 )
 LIBRARY = "fail_calls.so"
+ALWAYS = 1_000_000_000
 
 
 class CallOrders:
     """The file that fail_calls.so reads; make it before the daemon starts."""
 
+    _SIZE = 128
+    _ERROR, _PASS, _FAIL, _CALLS, _ONLY = 0, 4, 8, 12, 16
+
     def __init__(self, device):
         path = STATE / "call_orders"
-        path.write_bytes(bytes(12 * len(CALLS)))
+        path.write_bytes(bytes(self._SIZE * len(CALLS)))
         device.environment["RUVO_CALL_ORDERS"] = str(path)
         self._file = os.open(path, os.O_RDWR | os.O_CLOEXEC)
 
-    def fail(self, call, error, after=0, times=1):
-        """Lets `after` calls through from now on, then fails `times` calls with `error`."""
-        offset = 12 * CALLS.index(call)
-        os.pwrite(self._file, struct.pack("ii", error, after), offset)
-        os.pwrite(self._file, struct.pack("i", times), offset + 8)
+    def fail(self, call, error, after=0, times=1, only=""):
+        """Lets `after` calls through from now on, then fails `times` calls with `error`.
+
+        With `only` this is about the calls whose path or shell command holds that text.
+        """
+        self.stop(call)
+        self._write(call, self._ONLY, only.encode() + b"\0")
+        self._write(call, self._ERROR, struct.pack("ii", error, after))
+        self._write(call, self._FAIL, struct.pack("i", times))
+
+    def stop(self, call):
+        """Lets every call through from now on."""
+        self._write(call, self._FAIL, struct.pack("i", 0))
 
     def failures_left(self, call):
-        return struct.unpack("i", os.pread(self._file, 4, 12 * CALLS.index(call) + 8))[0]
+        return self._read(call, self._FAIL)
+
+    def calls(self, call):
+        """How often the daemon has made this call since the file was made."""
+        return self._read(call, self._CALLS)
+
+    def _write(self, call, offset, data):
+        os.pwrite(self._file, data, self._SIZE * CALLS.index(call) + offset)
+
+    def _read(self, call, offset):
+        return struct.unpack("i", os.pread(self._file, 4, self._SIZE * CALLS.index(call) + offset))[0]
 
 
 class ClockJump:

@@ -8,7 +8,7 @@ import struct
 
 import pytest
 
-from fault_orders import LIBRARY, CallOrders
+from fault_orders import ALWAYS, LIBRARY, CallOrders
 from harness import (
     ASC_MIRROR, COMMAND_PORT, DEVKIT, EVENT_LIST, EVENT_LOG, HEX_MIRROR, LOG, SETTINGS, STATE,
     TEST_ASC_MIRROR, TEST_EVENT_LIST, TEST_HEX_MIRROR, TEST_SETTINGS, event, request, text_of, touch,
@@ -245,10 +245,8 @@ def test_missing_test_settings_get_the_defaults(device, enabled):
 def test_unreadable_test_settings_keep_the_previous_list(device):
     receiver = device.udp_receiver()
     device.write_settings(lamp(receiver, b"one"), TEST_SETTINGS)
-    daemon = device.start_daemon(
-        preload=["fail_open_for_reading.so"],
-        environment={"RUVO_FAIL_OPEN_PATH": str(TEST_SETTINGS), "RUVO_FAIL_OPEN": "2-"},
-    )
+    CallOrders(device).fail("open_to_read", errno.EACCES, after=1, times=ALWAYS, only=str(TEST_SETTINGS))
+    daemon = device.start_daemon(preload=[LIBRARY])
     run_test("Lamp")
     device.write_settings(lamp(receiver, b"two"), TEST_SETTINGS)
     run_test("Lamp")

@@ -1,11 +1,13 @@
 """The switch that the user configuration gives: which answers of its tool count, and when."""
 
+import errno
 import os
 import subprocess
 import threading
 
 import pytest
 
+from fault_orders import ALWAYS, LIBRARY, CallOrders
 from harness import DEVKIT, LOG, STATE, event, request, text_of, touch, wait_until
 
 ANSWER = STATE / "answer"
@@ -82,10 +84,8 @@ def test_without_the_tool_it_is_off(bare_device):
 
 def test_a_pipe_that_cannot_be_started_leaves_it_off(bare_device):
     bare_device.enable()
-    daemon = bare_device.start_daemon(
-        "-d", preload=["fail_popen.so"],
-        environment={"RUVO_FAIL_POPEN_TEXT": "userconfigtool", "RUVO_FAIL_POPEN": "1-"},
-    )
+    CallOrders(bare_device).fail("popen", errno.EAGAIN, times=ALWAYS, only="userconfigtool")
+    daemon = bare_device.start_daemon("-d", preload=[LIBRARY])
     assert not switched_on()
     # The debug line is printed all the same, for the context and for the reader.
     assert daemon.output().count("[renew_enable_event:700] enable event=0\n") == 2
@@ -125,10 +125,8 @@ def test_a_later_answer_switches_on(device):
 
 def test_a_pipe_that_cannot_be_started_later_leaves_it_on(device):
     # The first two readings are the start's.
-    daemon = device.start_daemon(
-        "-d", preload=["fail_popen.so"],
-        environment={"RUVO_FAIL_POPEN_TEXT": "userconfigtool", "RUVO_FAIL_POPEN": "3-"},
-    )
+    CallOrders(device).fail("popen", errno.EAGAIN, after=2, times=ALWAYS, only="userconfigtool")
+    daemon = device.start_daemon("-d", preload=[LIBRARY])
     daemon.wait_for_supervision()
     device.enable(False)
     touch()

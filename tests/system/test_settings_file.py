@@ -1,7 +1,9 @@
 """Reading the settings file: its defaults, its lines, and what happens when it cannot be read."""
 
+import errno
 import re
 
+from fault_orders import ALWAYS, LIBRARY, CallOrders
 from harness import (
     ASC_MIRROR, EVENT_LIST, EVENT_LOG, HEX_MIRROR, LOG, SETTINGS, event, request, text_of, touch, wait_until,
 )
@@ -24,12 +26,10 @@ NOT_FOUND = "[renew_ruvo_txt;241] Error: not found: /mnt/configs/ruvo/ruvo.txt, 
 CANNOT_OPEN = "[renew_ruvo_txt;261] Error: cannot open /mnt/configs/ruvo/ruvo.txt;{}\n"
 
 
-def unreadable(calls):
+def unreadable(device, after=0, times=ALWAYS):
     """Start options under which some of the attempts to open the settings for reading fail."""
-    return {
-        "preload": ["fail_open_for_reading.so"],
-        "environment": {"RUVO_FAIL_OPEN_PATH": str(SETTINGS), "RUVO_FAIL_OPEN": calls},
-    }
+    CallOrders(device).fail("open_to_read", errno.EACCES, after, times, only=str(SETTINGS))
+    return {"preload": [LIBRARY]}
 
 
 def read_back(device, settings):
@@ -77,7 +77,7 @@ def test_empty_settings_are_not_missing(bare_device):
 
 def test_the_defaults_are_appended_to_unreadable_settings(bare_device):
     bare_device.write_settings("LampCount=1\n")
-    daemon = bare_device.start_daemon(**unreadable("1"))
+    daemon = bare_device.start_daemon(**unreadable(bare_device, times=1))
     assert SETTINGS.read_bytes() == b"LampCount=1\n" + DEFAULTS_DISABLED
     assert text_of(LOG).count(NOT_FOUND) == 1
     assert daemon.output().count(NOT_FOUND) == 1
@@ -85,20 +85,20 @@ def test_the_defaults_are_appended_to_unreadable_settings(bare_device):
 
 def test_the_appended_defaults_are_read_together_with_the_rest(bare_device):
     bare_device.write_settings("LampCount=1\n")
-    bare_device.start_daemon(**unreadable("1"))
+    bare_device.start_daemon(**unreadable(bare_device, times=1))
     assert HEX_MIRROR.read_bytes() == b"LampCount=1\n" + DEFAULTS_DISABLED
     assert EVENT_LIST.read_bytes() == b"Lamp;Lamp;0::0;Delay=0;\n"
 
 
 def test_the_defaults_follow_an_unfinished_last_line_at_once(bare_device):
     bare_device.write_settings("LampCount=1")
-    bare_device.start_daemon(**unreadable("1"))
+    bare_device.start_daemon(**unreadable(bare_device, times=1))
     assert SETTINGS.read_bytes() == b"LampCount=1" + DEFAULTS_DISABLED
 
 
 def test_settings_that_stay_unreadable_are_reported_on_both_outputs(bare_device):
     bare_device.write_settings("LampCount=1\n")
-    daemon = bare_device.start_daemon(**unreadable("1-"))
+    daemon = bare_device.start_daemon(**unreadable(bare_device))
     messages = NOT_FOUND + CANNOT_OPEN.format("Permission denied")
     assert messages in text_of(LOG)
     assert messages in daemon.output()
@@ -106,7 +106,7 @@ def test_settings_that_stay_unreadable_are_reported_on_both_outputs(bare_device)
 
 def test_settings_that_stay_unreadable_leave_the_store_empty_at_a_start(bare_device):
     bare_device.write_settings("LampCount=1\n")
-    daemon = bare_device.start_daemon(**unreadable("1-"))
+    daemon = bare_device.start_daemon(**unreadable(bare_device))
     assert not HEX_MIRROR.exists()
     assert not ASC_MIRROR.exists()
     assert EVENT_LIST.read_bytes() == b""
@@ -115,7 +115,7 @@ def test_settings_that_stay_unreadable_leave_the_store_empty_at_a_start(bare_dev
 
 def test_settings_that_stay_unreadable_keep_what_was_read_before(device):
     device.write_settings("LampCount=1\n")
-    daemon = device.start_daemon(**unreadable("2-"))
+    daemon = device.start_daemon(**unreadable(device, after=1))
     daemon.wait_for_supervision()
     HEX_MIRROR.unlink()
     EVENT_LIST.unlink()
@@ -128,7 +128,7 @@ def test_settings_that_stay_unreadable_keep_what_was_read_before(device):
 def test_settings_that_can_be_read_again_are_read(device):
     device.write_settings("LampCount=1\n")
     # The start reads once; the reload fails twice; the reload for the appended text succeeds.
-    daemon = device.start_daemon(**unreadable("2-3"))
+    daemon = device.start_daemon(**unreadable(device, after=1, times=2))
     daemon.wait_for_supervision()
     device.replace_settings("BuzzerCount=1\n")
     wait_until(lambda: text_of(EVENT_LIST) == "Buzzer;Buzzer;0::0;Delay=0;\n", "the new list is built")

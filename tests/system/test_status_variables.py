@@ -1,9 +1,11 @@
 """The status variables: what of the service's reply is kept, and the file that shows it."""
 
+import errno
 import time
 
 import pytest
 
+from fault_orders import LIBRARY, CallOrders
 from harness import STATE, VARIABLES, event, request, text_of, wait_until
 
 SIX = [b"a:1", b"b:2", b"c:3", b"d:4", b"e:5", b"f:6"]
@@ -197,9 +199,8 @@ def test_an_empty_reply_keeps_the_previous_variables(device_with_six):
 
 def test_a_pipeline_that_cannot_be_started_is_an_empty_reply(bare_device):
     start_service(bare_device, *SIX)
-    daemon = bare_device.start_daemon(
-        preload=["fail_popen.so"], environment={"RUVO_FAIL_POPEN_TEXT": "nc ", "RUVO_FAIL_POPEN": "1-2"}
-    )
+    CallOrders(bare_device).fail("popen", errno.EAGAIN, times=2, only="nc ")
+    daemon = bare_device.start_daemon(preload=[LIBRARY])
     daemon.wait_for_output(REFUSED, count=2)
     daemon.wait_for_supervision()
     assert VARIABLES.read_bytes() == SIX_SHOWN

@@ -1,8 +1,9 @@
 """The supervision loop: each change of the settings file is read once."""
 
+import errno
 import os
 
-from fault_orders import MainThreadTimes
+from fault_orders import LIBRARY, CallOrders, MainThreadTimes
 from harness import EVENT_LIST, LOG, SETTINGS, newer_than, request, text_of, touch, wait_until
 
 STATUS_WAIT = r"\[main:1959\] wait getStatus\.\.\.(\d+)\n"
@@ -160,10 +161,8 @@ def test_settings_that_come_back_changed_cause_one_reload(device):
 def test_defaults_that_it_appends_itself_cause_one_more_reload(device):
     device.write_settings(LAMP)
     # The first reading is the start's, the second the reload's.
-    daemon = device.start_daemon(
-        preload=["fail_open_for_reading.so"],
-        environment={"RUVO_FAIL_OPEN_PATH": str(SETTINGS), "RUVO_FAIL_OPEN": "2"},
-    )
+    CallOrders(device).fail("open_to_read", errno.EACCES, after=1, only=str(SETTINGS))
+    daemon = device.start_daemon(preload=[LIBRARY])
     daemon.wait_for_supervision()
     touch()
     daemon.wait_for_reloads(3)

@@ -1,8 +1,9 @@
 """The supervision loop: the uptime and the end of the power-on window."""
 
+import errno
 import re
 
-from fault_orders import MainThreadTimes
+from fault_orders import ALWAYS, LIBRARY, CallOrders, MainThreadTimes
 from harness import EVENT_LOG, LOG, event, request, text_of, wait_until
 
 STATUS_WAIT = r"\[main:1959\] wait getStatus\.\.\.(\d+)\n"
@@ -50,7 +51,8 @@ def test_the_uptime_is_0_before_supervision(bare_device):
 def test_an_uptime_that_cannot_be_read_counts_from_the_start_of_supervision(device):
     receiver = device.udp_receiver()
     device.write_settings(uptime_event(receiver))
-    device.start_daemon(preload=["fail_sysinfo.so"], environment={"RUVO_FAIL_SYSINFO": "1-"})
+    CallOrders(device).fail("sysinfo", errno.EFAULT, times=ALWAYS)
+    device.start_daemon(preload=[LIBRARY])
     first = wait_until(lambda: ask_uptime(receiver), "the uptime is measured")
     assert first < 60
     wait_until(lambda: ask_uptime(receiver) > first, "the uptime goes on")
@@ -122,7 +124,8 @@ def test_the_power_on_window_does_not_open_again(device):
     receiver = device.udp_receiver()
     device.write_settings(window_event(receiver))
     # The readings that fail give a few seconds only, long after the first good one.
-    daemon = device.start_daemon(preload=["fail_sysinfo.so"], environment={"RUVO_FAIL_SYSINFO": "2-"})
+    CallOrders(device).fail("sysinfo", errno.EFAULT, after=1, times=ALWAYS)
+    daemon = device.start_daemon(preload=[LIBRARY])
     daemon.wait_for_supervision()
 
     def small_uptime():

@@ -1,9 +1,11 @@
 """Reading the user configuration through the device's library."""
 
+import errno
 import json
 
 import pytest
 
+from fault_orders import ALWAYS, LIBRARY, CallOrders
 from harness import LOG, STATE, USER_CONFIG, request, text_of, wait_until
 from process import descriptors
 
@@ -122,10 +124,8 @@ def test_a_store_that_cannot_be_read_reads_empty(bare_device):
 
 def test_a_store_without_the_permission_to_read_it_reads_empty(bare_device):
     bare_device.enable()
-    bare_device.start_daemon(
-        preload=["fail_open_for_reading.so"],
-        environment={"RUVO_FAIL_OPEN_PATH": str(USER_CONFIG), "RUVO_FAIL_OPEN": "1-"},
-    )
+    CallOrders(bare_device).fail("open_to_read", errno.EACCES, times=ALWAYS, only=str(USER_CONFIG))
+    bare_device.start_daemon(preload=[LIBRARY])
     assert value_of("network.ruvo.enable") == ""
 
 
