@@ -94,12 +94,12 @@ class Sweep:
             except (AssertionError, OSError) as error:
                 row.violations.append(f"{self.name}, {call} {number + 1} {name}: {error}")
                 self.recover()
-                met = True
-            if not met and first:
-                break
-            row.faults += met
+            else:
+                if not met and first:
+                    break
+                row.faults += met
+                row.most_calls = max(row.most_calls, number + met)
             number += 1
-            row.most_calls = max(row.most_calls, number)
             if len(row.violations) >= MOST_VIOLATIONS:
                 break
         if first and number == 0:
