@@ -38,11 +38,24 @@ need_packages() {
         apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
-# build PRESET [cmake option...]: configures and builds into build/PRESET.
-build() {
+# configure PRESET [cmake option...]: configures build/PRESET.
+configure() {
     local preset=$1
     shift
     mkdir -p build
     cmake --preset "$preset" "$@" >"build/$preset.log" 2>&1 || { cat "build/$preset.log"; return 1; }
-    cmake --build --preset "$preset" -- --quiet
+}
+
+# build PRESET [cmake option...]: configures and builds into build/PRESET.
+build() {
+    configure "$@"
+    cmake --build --preset "$1" -- --quiet
+}
+
+# build_targets PRESET TARGET...: configures build/PRESET and builds some of it.
+build_targets() {
+    local preset=$1
+    shift
+    configure "$preset"
+    cmake --build --preset "$preset" --target "$@" -- --quiet
 }
