@@ -56,7 +56,7 @@ void set_up(std::size_t size) {
     c.testEventList.set({});
     c.enable = size / 2 % 2;
     g_debug_flag = size % 16 == 15 ? 1 : 0;
-    constexpr std::array<const char*, 4> kAnswers = {"false\n", "true\n", "", "TRUE"};
+    constexpr std::array<const char*, 5> kAnswers = {"false\n", "true\n", "", "TRUE", "other\n"};
     answer_command(kUserConfigTool, kAnswers[size / 4 % kAnswers.size()]);
     if (size % 64 == 63) answer_no_command(kUserConfigTool);
     for (const Mode& mode : kModes) {
@@ -160,6 +160,7 @@ void try_input(std::string_view text) {
     const auto definitions = (mode.test ? context().testEntries : context().normalEntries).get();
     require_records_of(text.empty() ? file_text(path) : text, *definitions);
     require_state(mode);
+    if (text.size() / 2 % 4 != 0) return;
 
     const auto first = *(mode.test ? context().testEventList : context().eventList).get();
     load(mode);

@@ -66,6 +66,7 @@ struct System {
     std::vector<std::string> commands;
     Step refused = Step::kNone;
     int error = 0;
+    std::size_t successes = 0;
     UniqueFd service;
     std::string service_reply;
     bool service_is_gone = false;
@@ -81,7 +82,7 @@ System& system() {
 
 bool is_refused(Step step) {
     System& s = system();
-    if (s.refused != step) return false;
+    if (s.refused != step || s.successes-- > 0) return false;
     s.refused = Step::kNone;
     errno = s.error;
     return true;
@@ -191,9 +192,10 @@ std::FILE* open_text(std::string_view text) {
     return stream;
 }
 
-void refuse_once(Step step, int error) {
+void refuse_once(Step step, int error, std::size_t successes) {
     system().refused = step;
     system().error = error;
+    system().successes = successes;
 }
 
 void serve_client(std::string_view reply, bool gone) {

@@ -42,8 +42,9 @@ std::FILE* open_text(std::string_view text);
 // The steps of a connection that can be refused.
 enum class Step { kNone, kSocket, kOption, kBind, kListen, kConnect, kReceive, kAccept, kSelect };
 
-// The step that fails next time, once, with this errno value.
-void refuse_once(Step step, int error);
+// The step that fails once, with this errno value, when it has been taken as often as
+// `successes` says.
+void refuse_once(Step step, int error, std::size_t successes = 0);
 
 // The other side of a TCP connection that the daemon makes: what it finds there to read.
 // With `gone` the service goes away before it has read anything.

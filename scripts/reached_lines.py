@@ -10,36 +10,39 @@ import sys
 LEAST_PERCENT = 90
 
 
-def counts_by_file(lcov):
+def counts_by_path(lcov):
     """Path, as the compiler was told it, to line number to how often it was reached."""
-    counts, path = {}, None
+    counts, lines = {}, None
     for record in lcov:
         kind, _, rest = record.strip().partition(":")
         if kind == "SF":
-            path = rest.rpartition("/./")[2].removeprefix("./")
-            counts.setdefault(path, {})
+            lines = counts.setdefault(rest, {})
         elif kind == "DA":
-            line, count = rest.split(",")[:2]
-            known = counts[path].get(int(line), 0)
-            counts[path][int(line)] = known + int(count)
+            line, count = map(int, rest.split(",")[:2])
+            lines[line] = lines.get(line, 0) + count
     return counts
 
 
 def main(name, report, *files):
     with open(report, encoding="utf-8") as lcov:
-        counts = counts_by_file(lcov)
-    missing = [file for file in files if file not in counts]
-    lines = [(file, line, count) for file in files for line, count in counts.get(file, {}).items()]
-    reached = sum(1 for _, _, count in lines if count)
-    percent = 100 * reached / max(len(lines), 1)
-    print(f"{name}: {reached} of {len(lines)} lines ({percent:.1f} %) of {len(files)} files")
+        counts = counts_by_path(lcov)
+    total = reached = 0
+    details = []
     for file in files:
-        left = [str(line) for path, line, count in lines if path == file and not count]
+        # The compiler was told paths that begin in the build folder.
+        found = [lines for path, lines in counts.items() if path.endswith("/" + file)]
+        if len(found) != 1:
+            details.append(f"    not in the report: {file}")
+            continue
+        left = [line for line, count in sorted(found[0].items()) if not count]
+        total += len(found[0])
+        reached += len(found[0]) - len(left)
         if left:
-            print(f"    not reached: {file}:{','.join(left)}")
-    if missing:
-        print(f"    not in the report: {', '.join(missing)}")
-    return 1 if missing or percent < LEAST_PERCENT else 0
+            details.append(f"    not reached: {file}:{','.join(map(str, left))}")
+    percent = 100 * reached / max(total, 1)
+    print(f"{name}: {reached} of {total} lines ({percent:.1f} %) of {len(files)} files")
+    print("\n".join(details), end="\n" if details else "")
+    return 1 if percent < LEAST_PERCENT or any("not in" in line for line in details) else 0
 
 
 if __name__ == "__main__":
