@@ -9,7 +9,7 @@ say() { printf '\n== %s\n' "$*"; }
 # What a build of the daemon and the simulated device takes, and what they run.
 BUILD_PACKAGES=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev libutfcpp-dev libdtl-dev)
 DEVICE_PACKAGES=(netcat-openbsd iproute2 python3)
-TEST_PACKAGES=(libgtest-dev python3-pytest mandoc bash-completion zsh fish)
+TEST_PACKAGES=(libgtest-dev python3-pytest python3-clang-14 mandoc bash-completion zsh fish)
 CHECK_PACKAGES=(clang clang-tidy clang-format libbenchmark-dev libclang-rt-14-dev gcovr shellcheck)
 PEER_PACKAGES=(redis-server rsyslog)
 
