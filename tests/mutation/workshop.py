@@ -93,7 +93,9 @@ class Workshop:
 
     def run(self, command, limit_s, folder=None):
         """The status and the output of a command; no status for one that is over its time."""
-        with subprocess.Popen([str(word) for word in command], cwd=folder or self.folder, env=self.environment,
+        # A run in the background ignores signals that the tests need.
+        words = ["env", "--default-signal", *(str(word) for word in command)]
+        with subprocess.Popen(words, cwd=folder or self.folder, env=self.environment,
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                               start_new_session=True) as self.process:
             try:
