@@ -5,6 +5,7 @@ import hashlib
 import json
 import pathlib
 import random
+import signal
 import sys
 import threading
 
@@ -124,8 +125,9 @@ def run_all(run, shops):
     for thread in threads:
         thread.start()
     try:
-        for thread in threads:
-            thread.join()
+        while any(thread.is_alive() for thread in threads):
+            threads[0].join(0.2)
+            threads[-1].join(0.2)
     except KeyboardInterrupt:
         for shop in shops:
             shop.stop()
@@ -140,6 +142,8 @@ def end(results):
 
 
 def main(words):
+    for ending in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(ending, signal.default_int_handler)
     given = options(words)
     path = FOLDER / "results.json"
     old = Results.load(path) if given.resume or given.again or given.summary else None

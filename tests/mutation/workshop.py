@@ -23,7 +23,7 @@ PROGRAMS = {"unit": "tests/ruvo_unit_tests", "world": "tests/ruvo_world_tests",
             "model": "tests/model/ruvo-model-bridge", "system": "core/ruvotcpd"}
 COMPILE_S = 600
 # A test that takes so many times as long as with the plain sources hangs.
-PATIENCE = 10
+PATIENCE = 4
 LEAST_LIMIT_S = 60
 MODEL_CASES = 3300
 
