@@ -49,6 +49,15 @@ TEST(FormatTime, PadsWithZeros) {
     EXPECT_EQ(format_time(moment(2024, 12, 31, 23, 59, 60)), "23:59:60");
 }
 
+TEST(ResolveMacro, TellsWhereAValueComesFrom) {
+    const MacroValues values = values_with({{"time", "now"}});
+    EXPECT_EQ(resolve_macro("time", values).source, MacroSource::kStatus);
+    EXPECT_EQ(resolve_macro("date", values).source, MacroSource::kDate);
+    EXPECT_EQ(resolve_macro("TIME", values).source, MacroSource::kTime);
+    EXPECT_EQ(resolve_macro("uptime", values).source, MacroSource::kUptime);
+    EXPECT_EQ(resolve_macro("input", values).source, MacroSource::kUnknown);
+}
+
 TEST(ExpandMacro, LooksAtStatusVariablesFirst) {
     const MacroValues values = values_with({{"input", "HDMI1"},
                                             {"input", "second"},

@@ -140,9 +140,7 @@ class Workshop:
         runs = {"unit": self.unit_tests, "world": self.world_tests, "model": self.model, "system": self.system}
         for stage in stages:
             self.build(PROGRAMS[stage])
-            if self.digest(stage) == self.plain[stage]:
-                continue
-            found = runs[stage](file)
+            found = runs[stage](file) if self.digest(stage) != self.plain[stage] else None
             if found:
                 return {"result": "killed", **found}
             if stage == "world" and self.same_objects(file):

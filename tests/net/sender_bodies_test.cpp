@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -155,6 +156,13 @@ TEST_F(SenderBodyTest, TheAddressIsCutToSixtyThreeCharacters) {
         "] " + test::repeated(63, '1') + " data=[5]Hello, sleep for=0\n";
     EXPECT_NE(output.find(of_the_copy), std::string::npos) << output;
     EXPECT_EQ(receiver_.receive(), "Hello");  // no address: this machine
+}
+
+TEST_F(SenderBodyTest, AWaitLeavesTheTimersSlackAsItWas) {
+    fill(3, "127.0.0.1", "Hello");
+    const int usual = ::prctl(PR_GET_TIMERSLACK);
+    (void)run(udpclient_thread, receiver_.port(), 1ms);
+    EXPECT_EQ(::prctl(PR_GET_TIMERSLACK), usual);
 }
 
 TEST_F(SenderBodyTest, ASlotWithoutADueTimeWaitsItsWholeDelay) {

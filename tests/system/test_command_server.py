@@ -8,6 +8,8 @@ import subprocess
 import threading
 import time
 
+import pytest
+
 from fault_orders import LIBRARY, CallOrders
 from harness import COMMAND_PORT, LOG, PID_FILE, STATE, event, request, text_of, trigger, wait_until
 from process import change_settings, descriptors
@@ -155,6 +157,17 @@ def test_a_request_of_2000_bytes_is_cut_to_1023(device):
     assert request(b"0123456789" * 200) == b"0123456789" * 102 + b"012\n"
     line = "[handle_tcp_event:1434] Recv[1023]:key=" + "0123456789" * 102 + "012,value="
     wait_until(lambda: line in daemon.output(), "the log shows 1023 characters")
+
+
+def test_the_1024th_byte_of_a_request_stays_unread(device):
+    device.write_settings(NOTHING_SENT)
+    device.start_daemon()
+    with connect() as connection:
+        connection.sendall(b"x" * 1023)
+        assert read_to_end(connection) == b"x" * 1023 + b"\n"
+    with connect() as connection, pytest.raises(ConnectionResetError):
+        connection.sendall(b"x" * 1024)  # which closing the connection tells its peer
+        read_to_end(connection)
 
 
 def test_a_name_of_1022_characters_and_its_line_end_fit(device):
