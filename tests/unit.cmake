@@ -111,10 +111,16 @@ if(RUVO_PLATFORM_LIBRARY STREQUAL "simulated")
 endif()
 target_link_libraries(ruvo_world_tests PRIVATE ruvo_test_support)
 target_precompile_headers(ruvo_world_tests REUSE_FROM ruvo_unit_tests)
-add_test(NAME world.unit
-  COMMAND ruvo-world --keep "${CMAKE_SOURCE_DIR}" --keep "${CMAKE_BINARY_DIR}" --
-    $<TARGET_FILE:ruvo_world_tests>)
-set_tests_properties(world.unit PROPERTIES TIMEOUT 600)
+function(ruvo_world_test name filter)
+  add_test(NAME world.${name}
+    COMMAND ruvo-world --keep "${CMAKE_SOURCE_DIR}" --keep "${CMAKE_BINARY_DIR}" --
+      $<TARGET_FILE:ruvo_world_tests> --gtest_filter=${filter})
+  set_tests_properties(world.${name} PROPERTIES TIMEOUT 600)
+endfunction()
+ruvo_world_test(unit -CountedMessages*)
+# Writes 80,000 messages, one like the other.
+ruvo_world_test(counts CountedMessages*)
+set_tests_properties(world.counts PROPERTIES LABELS long)
 
 if(TARGET ruvo_ctl)
   add_executable(ruvo_ctl_tests
