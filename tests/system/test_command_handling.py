@@ -11,10 +11,10 @@ import pytest
 from fault_orders import ALWAYS, LIBRARY, CallOrders
 from harness import (
     ASC_MIRROR, COMMAND_PORT, DEVKIT, EVENT_LIST, EVENT_LOG, HEX_MIRROR, LOG, SETTINGS, STATE,
-    TEST_ASC_MIRROR, TEST_EVENT_LIST, TEST_HEX_MIRROR, TEST_SETTINGS, event, request, text_of, touch,
+    TEST_ASC_MIRROR, TEST_EVENT_LIST, TEST_HEX_MIRROR, TEST_SETTINGS, event, request, text_of,
     trigger, wait_until,
 )
-from process import descriptors
+from process import change_settings, descriptors
 
 SET_REPLY = b"Error: fail command:__SET__\n"
 ENABLE = b"network.ruvo.enable"
@@ -360,9 +360,7 @@ def test_a_switch_is_the_same_by_every_way_and_after_a_restart(device, value, sh
         assert stored_switch(device) == (b"true\n" if value == b"1" else b"false\n")
 
     assert_switched()
-    daemon.wait_for_supervision()
-    touch()
-    daemon.wait_for_reloads(2)
+    change_settings()
     assert_switched()
     daemon.stop()
     device.start_daemon()
