@@ -117,9 +117,9 @@ function(ruvo_world_test name filter)
       $<TARGET_FILE:ruvo_world_tests> --gtest_filter=${filter})
   set_tests_properties(world.${name} PROPERTIES TIMEOUT 600)
 endfunction()
-ruvo_world_test(unit -CountedMessages*)
+ruvo_world_test(unit -RepeatedMessages*)
 # Writes 80,000 messages, one like the other.
-ruvo_world_test(counts CountedMessages*)
+ruvo_world_test(counts RepeatedMessages*)
 set_tests_properties(world.counts PROPERTIES LABELS long)
 
 if(TARGET ruvo_ctl)

@@ -223,7 +223,7 @@ TEST_F(MessagesTest, OfAStaleRecordTellsTheTimes) {
 
 // The messages that the executor and the senders may write very often. They are counted in
 // a process of its own, where none has been written yet.
-class CountedMessagesTest : public MessagesTest {
+class RepeatedMessagesTest : public MessagesTest {
   protected:
     void write_stale_records(int count) {
         EventEntry stale = record("none");
@@ -268,9 +268,9 @@ class CountedMessagesTest : public MessagesTest {
     }
 };
 
-using CountedMessagesDeathTest = CountedMessagesTest;
+using RepeatedMessagesDeathTest = RepeatedMessagesTest;
 
-TEST_F(CountedMessagesDeathTest, EachRotateTheLogByTheirOwnCount) {
+TEST_F(RepeatedMessagesDeathTest, EachRotateTheLogByTheirOwnCount) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(end_with_what_is_wrong(), testing::ExitedWithCode(0), "");
 }
