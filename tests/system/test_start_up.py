@@ -1,5 +1,6 @@
 """From the version line to the two threads: what the daemon does before it waits for anything."""
 
+import errno
 import os
 import re
 import signal
@@ -9,6 +10,7 @@ import time
 
 import pytest
 
+from fault_orders import LIBRARY, CallOrders
 from harness import (
     COMMAND_PORT, DEVKIT, EVENT_LIST, LOG, PID_FILE, SETTINGS, STATE, command_port_listens, event, request,
     text_of, touch, wait_until,
@@ -218,6 +220,16 @@ def test_a_thread_that_cannot_start_ends_the_daemon_with_status_1(bare_device, w
     assert daemon.output().count(message) == 1
     assert text_of(LOG).count(message) == 1
     assert text_of(PID_FILE) == f"{daemon.pid}\n"
+
+
+def test_a_start_without_memory_ends_with_status_1(bare_device):
+    # The table of the senders is the first thing that is large.
+    CallOrders(bare_device).fail("big_allocation", errno.ENOMEM)
+    daemon = bare_device.start_daemon(wait=False, preload=[LIBRARY, "fail_big_allocations.so"])
+    assert daemon.wait_for_end() == 1
+    message = "Error: [main:1918] start-up: std::bad_alloc\n"
+    assert daemon.output().count(message) == 1
+    assert text_of(LOG).count(message) == 1
 
 
 def test_both_threads_have_default_attributes(bare_device):

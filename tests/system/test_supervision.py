@@ -177,6 +177,22 @@ def test_a_change_of_the_test_settings_causes_no_reload(device):
     assert reloads_after_one_more(daemon) == 2
 
 
+def test_settings_for_which_there_was_no_memory_are_read_again(device):
+    orders = CallOrders(device)
+    daemon = device.start_daemon(
+        preload=[LIBRARY, "fail_big_allocations.so"], environment={"RUVO_SHORTER_NAPS": "10"}
+    )
+    daemon.wait_for_supervision()
+    # Only the records of so many lines are one large allocation, and the one that fails.
+    orders.fail("big_allocation", errno.ENOMEM)
+    device.replace_settings(LAMP + "a=\n" * 100_000)
+    daemon.wait_for_output(r"Error: \[main:1996\] rebuild_ruvo_event_list\(\): std::bad_alloc\n")
+    assert orders.failures_left("big_allocation") == 0
+    assert EVENT_LIST.read_bytes() == b""
+    list_becomes(LAMP_LISTED)
+    assert reloads_after_one_more(daemon) == 3
+
+
 def test_a_malformed_index_does_not_end_supervision(device):
     daemon = device.start_daemon()
     daemon.wait_for_supervision()
