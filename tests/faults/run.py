@@ -89,10 +89,9 @@ def main():
             for row in rows:
                 print(told(row), flush=True)
                 faults += row["faults"]
-                violations += row["violations"]
-            violations += broken
-    for violation in violations:
-        print(f"\nVIOLATION {violation}")
+            for violation in [*(text for row in rows for text in row["violations"]), *broken]:
+                print(f"VIOLATION {violation}", flush=True)
+                violations.append(violation)
     print(f"\n{faults} faults, {len(violations)} violations, {time.monotonic() - begin:.0f} s")
     return 1 if violations or faults == 0 else 0
 

@@ -92,8 +92,9 @@ class StartUp:
 
     @staticmethod
     def ends_server(kind, name, after):
-        # The time-outs of the listening socket, set later, do not matter.
-        return kind in NO_PORT and name != "EINTR" and not (kind == "setsockopt" and after > 0)
+        if kind == "setsockopt":
+            return after == 0  # the time-outs, set later, do not matter
+        return kind in NO_PORT and (kind, name) != ("select", "EINTR")
 
     def check_end(self, kind, number):
         subject = self.subject
