@@ -10,6 +10,7 @@ import time
 import pytest
 from aftermath import memory_kb
 from harness import EVENT_LIST, SETTINGS, event, newer_than, text_of, trigger, wait_until
+from process import change_settings
 from settings_sizes import SHAPES
 
 FULL = os.environ.get("RUVO_HOSTILE_FULL") == "1"
@@ -28,7 +29,7 @@ class Reading:
 
         device.write_settings(lamp(b"before"))
         daemon = device.start_daemon()
-        daemon.wait_for_supervision()
+        change_settings()
         self.memory_before_kb = memory_kb(daemon.pid, "VmHWM")
         new = SETTINGS.with_name("new_settings.txt")
         shape.write(new, size)
@@ -49,8 +50,9 @@ class Reading:
         arrivals = receiver.wait_for(before + 1, PATIENCE_S)
         assert arrivals[-1].data == b"after"
         self.served_s = arrivals[-1].time_s - begin
-        # The list's text is the last that a reading writes.
-        wait_until(lambda: text_of(EVENT_LIST).endswith(";Delay=0;\n"), "the list is written", PATIENCE_S)
+        # The list's text is the last that a reading writes, and this its last line.
+        last = "Lamp;Lamp;0:after:0;Delay=0;\n"
+        wait_until(lambda: text_of(EVENT_LIST).endswith(last), "the list is written", PATIENCE_S)
         self.memory_kb = memory_kb(daemon.pid, "VmHWM")
         assert text_of(EVENT_LIST).count("\n") == shape.entries(size) + 1
         daemon.stop()
