@@ -1,7 +1,7 @@
 """A hostile local client: connects, half-says, resets, floods and holds on, until it is told to stop.
 
-A program of its own, so that it takes no time from the well-behaved client's. It prints
-what it has done as JSON. What makes the daemon run a program is paced to --lookups a second,
+A program of its own, so that it takes no time from the well-behaved client's. It says
+when it begins, and at the end what it has done, as JSON. What makes the daemon run a program is paced to --lookups a second,
 since a client may buy any wait with it; all the rest comes as fast as the machine allows.
 """
 
@@ -26,7 +26,7 @@ class Pace:
 
     def __init__(self, per_second):
         self._per_second = per_second
-        self._saved = 0.0
+        self._saved = float(hostile_requests.MAX_LINES)
         self._then = time.monotonic()
 
     def allows(self, cost):
@@ -172,6 +172,7 @@ def main():
     options = arguments.parse_args()
     stopped = []
     signal.signal(signal.SIGTERM, lambda *_: stopped.append(True))
+    print("ready", flush=True)
     client = HostileClient(options.seed, options.lookups, options.held)
     client.run(lambda: not stopped)
     print(json.dumps(client.counts), flush=True)

@@ -58,6 +58,8 @@ class HostileClients:
             )
             for number in range(CLIENTS)
         ]
+        for process in self._processes:
+            assert process.stdout.readline() == b"ready\n"
 
     def stop(self):
         """Ends them and returns what they have done."""
@@ -65,9 +67,8 @@ class HostileClients:
         for process in self._processes:
             process.terminate()
         for process in self._processes:
-            output, _ = process.communicate(timeout=DEADLINE_S)
-            assert process.returncode == 0, "the hostile client itself has failed"
-            counts.update(json.loads(output))
+            counts.update(json.loads(process.stdout.read()))
+            assert process.wait(DEADLINE_S) == 0, "the hostile client itself has failed"
         return counts
 
 
