@@ -402,15 +402,16 @@ def test_time_outs_that_cannot_be_set_do_not_matter(device):
     assert "setsockopt" not in daemon.output()
 
 
-def test_an_interrupted_select_is_tried_again(device):
+@pytest.mark.parametrize("call", ["select", "accept", "recv"])
+def test_an_interrupted_call_is_tried_again(device, call):
     device.write_settings(NOTHING_SENT)
     orders = CallOrders(device)
     daemon = device.start_daemon(preload=[LIBRARY])
-    orders.fail("select", errno.EINTR, times=3)
+    orders.fail(call, errno.EINTR, times=3)
     for _ in range(4):
         trigger("Lamp")
-    assert orders.failures_left("select") == 0
-    assert "select()" not in daemon.output()
+    assert orders.failures_left(call) == 0
+    assert "Error: [handle_tcp_event" not in daemon.output()
 
 
 def test_a_failed_accept_is_told_and_the_client_is_served_all_the_same(device):
