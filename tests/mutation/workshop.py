@@ -40,7 +40,8 @@ class Workshop:
         self.build_folder = self.folder / "build"
         self.environment = {
             **os.environ, "CCACHE_BASEDIR": str(self.folder), "CCACHE_NOHASHDIR": "1",
-            "CCACHE_COMPILERCHECK": "content", "PYTHONDONTWRITEBYTECODE": "1"}
+            "CCACHE_COMPILERCHECK": "content", "CCACHE_DEPEND": "1",
+            "PYTHONDONTWRITEBYTECODE": "1"}
         self.process = None
         self.objects = None
         self.plain_objects = {}
