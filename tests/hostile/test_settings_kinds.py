@@ -273,7 +273,7 @@ def test_settings_that_are_exchanged_for_other_kinds_all_the_time_hold_nobody_up
 
 def test_settings_that_are_rewritten_a_hundred_times_a_second_hold_nobody_up(device):
     seconds = float(os.environ.get("RUVO_HOSTILE_SECONDS", "3"))
-    good = WellBehavedClient(device.udp_receiver(), device.tcp_receiver(reply=b"OK"), 0.2, seconds)
+    good = WellBehavedClient(device.udp_receiver(), device.tcp_receiver(reply=b"OK"), 0.5, seconds)
     texts = [good.settings() + f"Changing={number}\n" * 100 for number in range(2)]
     device.write_settings(texts[0])
     daemon = device.start_daemon()
