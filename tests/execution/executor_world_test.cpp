@@ -1,7 +1,6 @@
 #include "execution/executor.h"
 
 #include "core/daemon_context.h"
-#include "core/unique_fd.h"
 #include "execution/event_queue.h"
 #include "execution/launch.h"
 #include "execution/server_context.h"
@@ -14,9 +13,7 @@
 #include "tests/support/waiting.h"
 #include "tests/support/world.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -25,10 +22,8 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <future>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -93,6 +88,26 @@ class ExecutorTest : public test::DaemonTest {
     // Lines of the event log without their time stamps.
     static std::string without_times(const std::string& lines) {
         return test::replaced(lines, "[0-9]{4}-[0-9-]{5} [0-9:]{8}\\.[0-9]{3}  ", "");
+    }
+
+    // The event log of a pass during which another thread turns the switch off, as soon as
+    // the first line is there.
+    std::string event_log_switched_off_meanwhile() {
+        std::filesystem::remove(kEventLog);
+        context_.enable = 1;
+        std::thread switching([this] {
+            (void)test::eventually([] { return test::is_file(kEventLog); });
+            context_.enable = 0;
+        });
+        (void)run();
+        switching.join();
+        return event_log();
+    }
+
+    static std::string repeated_lines(std::size_t count, const std::string& line) {
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) text += line;
+        return text;
     }
 
     static std::string event_log() { return without_times(test::text_of(kEventLog)); }
@@ -285,57 +300,20 @@ TEST_F(ExecutorTest, SendsADisabledEventOfATest) {
     EXPECT_EQ(receiver_.receive(), "tested");
 }
 
-// Stands in the place of the event log and holds up whoever writes there.
-class HeldEventLog {
-  public:
-    HeldEventLog() {
-        EXPECT_EQ(::mkfifo(kEventLog, 0600), 0);
-        pipe_.reset(::open(kEventLog, O_RDWR | O_NONBLOCK | O_CLOEXEC));
-        const std::string page(4096, '#');
-        while (::write(pipe_.get(), page.data(), page.size()) > 0) {
-        }
-    }
-
-    // Whether somebody else has the log open.
-    static bool has_writer() {
-        int count = 0;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            std::error_code ignored;  // closed meanwhile
-            if (std::filesystem::read_symlink(entry, ignored) == kEventLog) ++count;
-        }
-        return count > 1;
-    }
-
-    // What has been written by the end of the task.
-    template <typename Result>
-    std::string text_until(std::future<Result>& end) {
-        std::string text;
-        do {
-            text += read();
-        } while (end.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready);
-        return text + read();
-    }
-
-  private:
-    std::string read() {
-        std::string text(1 << 20, '\0');
-        const ssize_t count = ::read(pipe_.get(), text.data(), text.size());
-        text.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-        std::erase(text, '#');
-        return text;
-    }
-
-    UniqueFd pipe_;
-};
-
 TEST_F(ExecutorTest, LooksAtTheSwitchBeforeEachStep) {
-    HeldEventLog held;
-    queue(record("A", {unsent_step("a"), unsent_step("b")}));
-    auto pass = std::async(std::launch::async, [this] { return run(); });
-    EXPECT_TRUE(test::eventually([] { return HeldEventLog::has_writer(); }));
-    context_.enable = 0;
-    EXPECT_EQ(without_times(held.text_until(pass)),
-              "192.0.2.1:9000 none a\n192.0.2.1:9000 none b, disabled uptime=5000\n");
+    constexpr std::size_t kSteps = 128;
+    const std::string sent = "192.0.2.1:9000 none a\n";
+    const std::string disabled = "192.0.2.1:9000 none a, disabled uptime=5000\n";
+    std::string text;
+    // The pass may be over before the other thread has noticed.
+    ASSERT_TRUE(test::eventually([&] {
+        queue(record("A", std::vector<SubCommand>(kSteps, unsent_step("a"))));
+        text = event_log_switched_off_meanwhile();
+        return text.ends_with(disabled);
+    }));
+    const std::size_t sends = text.find(disabled) / sent.size();
+    EXPECT_GT(sends, 0U);
+    EXPECT_EQ(text, repeated_lines(sends, sent) + repeated_lines(kSteps - sends, disabled));
 }
 
 TEST_F(ExecutorTest, LogsWhatIsSent) {
