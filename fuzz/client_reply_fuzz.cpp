@@ -58,7 +58,8 @@ std::string text_of(std::string_view reply) {
 
 std::string lines_of(const Entries& entries) {
     std::string lines;
-    for (const auto& [key, value] : entries) lines += key + "=" + value + "\n";
+    for (const auto& [key, value] : entries)
+        lines.append(key).append("=").append(value).append("\n");
     return lines;
 }
 
@@ -72,7 +73,7 @@ void require_entries(std::string_view text, const Entries& entries) {
         require(!value.starts_with(':') && !value.starts_with(' '),
                 "colons and blanks before a value are dropped");
         require(text.find(key + ":") != std::string_view::npos, "a key is in the reply");
-        again += key + ":" + value + "\n";
+        again.append(key).append(":").append(value).append("\n");
     }
     require(parse_status_reply(again) == entries, "the entries read back");
 }
@@ -84,7 +85,7 @@ std::string printed(const Case& c, std::string_view reply) {
 }
 
 void try_input(char letter, std::string_view reply) {
-    const std::size_t descriptors = open_descriptors();
+    const int descriptor = lowest_free_descriptor();
     require_entries(reply, parse_status_reply(reply));
     if (letter == 'x') {
         require(output_of([&] { (void)ruvotcp_client(reply.substr(0, 8)); }).empty() ||
@@ -108,7 +109,7 @@ void try_input(char letter, std::string_view reply) {
         // "(11)Resource temporarily unavailable" has no colon.
         require(output.empty(), "an error is no entry");
     }
-    require(open_descriptors() == descriptors, "no descriptor is lost");
+    require(lowest_free_descriptor() == descriptor, "no descriptor is lost");
 }
 
 }  // namespace

@@ -132,7 +132,7 @@ std::vector<Peer> peers_of(std::string_view text) {
 // The reply's text as the protocol has it; `value` is what a read value may be.
 bool is_reply(std::string_view reply, std::string_view request, bool may_be_disabled) {
     const std::string key(request.substr(0, request.find('=')));
-    const auto with_line_end = [](std::string text) {
+    const auto with_line_end = [](const std::string& text) {
         return text.ends_with('\n') ? text : text + '\n';
     };
     if (!key.starts_with("__")) {
@@ -211,12 +211,12 @@ void try_input(std::uint8_t switches, std::string_view text) {
     const std::vector<Peer> peers = peers_of(text);
     if (peers.size() > 64) return;
     set_up_execution(switches);
-    const std::size_t descriptors = open_descriptors();
+    const int descriptor = lowest_free_descriptor();
     connect_peers(peers);
     require(handle_tcp_event(&server()) == 0, "the server ends");
     refuse_once(Step::kNone, 0);
     require_replies(take_peers(), switches);
-    require(open_descriptors() == descriptors, "no descriptor is lost");
+    require(lowest_free_descriptor() == descriptor, "no descriptor is lost");
     require_queue(peers);
     require_commands();
     require(g_daemon_ctx->eventList.get()->size() == 4, "the list is as before");

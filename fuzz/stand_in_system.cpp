@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <sys/select.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -18,8 +18,9 @@
 #include <map>
 #include <utility>
 
+// The names are the linker's.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
-// The real ones, as the linker names them.
 std::FILE* __real_fopen64(const char* path, const char* mode);
 int __real_open64(const char* path, int flags, ...);
 int __real_rename(const char* from, const char* to);
@@ -28,6 +29,7 @@ int __real_setsockopt(int sock, int level, int name, const void* value, socklen_
 ssize_t __real_recv(int sock, void* buffer, size_t size, int flags);
 int __real_select(int count, fd_set* reading, fd_set* writing, fd_set* failing, timeval* timeout);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace ruvo::fuzz {
 namespace {
@@ -82,7 +84,11 @@ System& system() {
 
 bool is_refused(Step step) {
     System& s = system();
-    if (s.refused != step || s.successes-- > 0) return false;
+    if (s.refused != step) return false;
+    if (s.successes > 0) {
+        --s.successes;
+        return false;
+    }
     s.refused = Step::kNone;
     errno = s.error;
     return true;
@@ -227,9 +233,9 @@ std::vector<Peer> take_peers() {
     return std::exchange(s.peers, {});
 }
 
-std::size_t open_descriptors() {
+int lowest_free_descriptor() {
     const UniqueFd lowest(::fcntl(2, F_DUPFD_CLOEXEC, 0));
-    return static_cast<std::size_t>(lowest.get());
+    return lowest.get();
 }
 
 namespace {
@@ -287,6 +293,7 @@ using ruvo::fuzz::actual_path;
 using ruvo::fuzz::is_refused;
 using ruvo::fuzz::Step;
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
 std::FILE* __wrap_popen(const char* command, const char* /*mode*/) {
@@ -371,3 +378,4 @@ int __wrap_select(int count, fd_set* reading, fd_set* /*writing*/, fd_set* /*fai
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)

@@ -68,7 +68,7 @@ struct Peer {
 void connect_peers(std::vector<Peer> peers);
 std::vector<Peer> take_peers();
 
-// How many descriptors the process has open.
-std::size_t open_descriptors();
+// A descriptor that an execution loses takes this number.
+int lowest_free_descriptor();
 
 }  // namespace ruvo::fuzz

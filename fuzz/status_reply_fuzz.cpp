@@ -39,14 +39,15 @@ void require_items(std::string_view text, const StatusVariables& items) {
         require((name + value).find_first_of(std::string_view("\n\0", 2)) == std::string::npos,
                 "an item is within a line, up to its first zero byte");
         require(name.size() + value.size() <= 2046, "an item fits the line's buffer");
-        report += name + ":" + value + "\n";
+        report.append(name).append(":").append(value).append("\n");
     }
     require(read(report) == items, "the items read back");
 }
 
 void require_file_shows(const StatusVariables& items) {
     std::string text;
-    for (const auto& [name, value] : items) text += name + "=" + value + "\n";
+    for (const auto& [name, value] : items)
+        text.append(name).append("=").append(value).append("\n");
     require(file_text(stand_in_path("/tmp/ruvo_var.txt")) == text, "the file shows the items");
 }
 
