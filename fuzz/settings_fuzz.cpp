@@ -113,10 +113,50 @@ void require_list(const EventDefinitions& definitions, const EventList& list, Wo
     }
 }
 
+// Where one record goes in one entry.
+void put(EventEntry& entry, const EventDefinition& d, WordSize word) {
+    const auto [property, index] = place_record(d, entry.subCommands.size(), word);
+    if (property == Property::kTrigger) entry.xmlField = d.value;
+    if (property == Property::kEventDelay) {
+        entry.delay = int32_of(d.value, word);
+        if (is_built_in_event(entry.name)) entry.xmlField = entry.name;
+    }
+    if (property <= Property::kBeyondCount) return;
+    SubCommand& step = entry.subCommands[index];
+    if (property == Property::kProtocol) step.protocol = d.value;
+    if (property == Property::kIp) step.ip = d.value;
+    if (property == Property::kPort) step.port = d.value;
+    if (property == Property::kData) step.data = hex_to_bytes(d.value);
+    if (property != Property::kStepDelay) return;
+    step.delayNs = int32_of(d.value, word) * std::int64_t{1'000'000};
+    step.delayFromExecNs = step.delayNs;
+    if (index > 0) step.delayFromExecNs += entry.subCommands[index - 1].delayFromExecNs;
+}
+
+// Every record to every entry of its name, one after the other.
+EventList built_slowly(const EventDefinitions& definitions, WordSize word) {
+    EventList list;
+    for (const EventDefinition& d : definitions) {
+        const std::size_t steps = created_steps(d, word);
+        if (steps == 0) continue;
+        EventEntry& entry = list.emplace_back();
+        entry.name = entry.xmlField = d.name;
+        entry.subCommands.resize(steps);
+    }
+    for (const EventDefinition& d : definitions) {
+        for (EventEntry& entry : list) {
+            if (entry.name == d.name) put(entry, d, word);
+        }
+    }
+    return list;
+}
+
 // Nothing but the text that its caller expects.
 bool refuses(const EventDefinitions& definitions, WordSize word) {
     try {
-        require_list(definitions, build_event_list(definitions, nullptr, word), word);
+        const EventList list = build_event_list(definitions, nullptr, word);
+        require_list(definitions, list, word);
+        require(list == built_slowly(definitions, word), "every record is in its place");
         return false;
     } catch (const std::logic_error& error) {
         require(std::string_view(error.what()) == "stoul", "the exception's text");
