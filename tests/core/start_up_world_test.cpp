@@ -33,7 +33,7 @@ TEST_F(StartUpTest, PrintsTheVersionLine) {
 
 TEST_F(StartUpTest, CreatesTheMissingFoldersOfTheSettings) {
     std::filesystem::remove_all("/mnt/configs");
-    (void)test::output_of(prepare_directories);
+    EXPECT_EQ(test::output_of(prepare_directories), "");
     EXPECT_TRUE(std::filesystem::is_directory("/mnt/configs/ruvo"));
     EXPECT_TRUE(std::filesystem::is_directory("/mnt/configs/ruvo/config"));
     EXPECT_TRUE(std::filesystem::is_directory("/mnt/configs/ruvo/tmp"));

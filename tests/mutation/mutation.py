@@ -23,7 +23,7 @@ def options(words):
         prog="scripts/mutants", description=__doc__.split(";")[0] + ". Needs an hour or more; an interrupted "
         "run goes on with --resume. Ends with status 0 when no mutant survives without a stated reason.")
     parser.add_argument("--seed", type=int, help="draw other mutants; a run without it takes a new one and prints it")
-    parser.add_argument("--count", type=int, default=300, help="so many that compile (default: %(default)s)")
+    parser.add_argument("--count", type=int, help="so many that compile (default: 300)")
     parser.add_argument("--resume", action="store_true", help="go on with the last run")
     parser.add_argument("--again", action="store_true", help="try those that have survived the last run again")
     parser.add_argument("--list", action="store_true", help="only print all mutants, in the order of the draw")
@@ -158,7 +158,7 @@ def main(words):
         for _, _, description in found:
             print(shown(description))
         return 0
-    head = {"seed": seed, "files": files, "mutants": len(found), "count": old.head["count"] if old else given.count,
+    head = {"seed": seed, "files": files, "mutants": len(found), "count": given.count or (old.head["count"] if old else 300),
             "lines": sum((ROOT / file).read_text().count("\n") for file in files)}
     print(f"seed {seed}: {head['mutants']} mutants of {head['lines']} lines", flush=True)
     results = Results(path, head)
