@@ -8,6 +8,8 @@ namespace {
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::int64_t kNow = 100 * kSecond;
 
+TEST(PassInterval, IsAQuarterOfASecond) { EXPECT_EQ(kPassInterval.count(), 250); }
+
 TEST(DecideRecord, ChecksTimesThenAgeThenStateThenDueTime) {
     struct Case {
         std::int64_t created;

@@ -25,7 +25,8 @@ def options(words):
     parser.add_argument("--seed", type=int, help="draw other mutants; a run without it takes a new one and prints it")
     parser.add_argument("--count", type=int, help="so many that compile (default: 300)")
     parser.add_argument("--resume", action="store_true", help="go on with the last run")
-    parser.add_argument("--again", action="store_true", help="try those that have survived the last run again")
+    parser.add_argument("--again", action="store_true",
+                        help="try those again that have survived the last run for no stated reason")
     parser.add_argument("--list", action="store_true", help="only print all mutants, in the order of the draw")
     parser.add_argument("--summary", action="store_true", help="only print what the last run has found")
     parser.add_argument("--only", metavar="FILE", action="append", help="take mutants of this source only")
@@ -164,10 +165,11 @@ def main(words):
     results = Results(path, head)
     if old:
         results.trials = old.trials
+    results.mark_equivalents(equivalents)
     results.save()
     shops = prepared(given.jobs)
 
-    again = {trial["order"] for trial in results.with_result("survived", "equivalent")} if given.again else set()
+    again = {trial["order"] for trial in results.with_result("survived")} if given.again else set()
     known = {trial["order"] for trial in results.trials} - again
     results.trials = [trial for trial in results.trials if trial["order"] not in again]
     waiting = [drawn for drawn in found if drawn[0] not in known and (not again or drawn[0] in again)]

@@ -45,7 +45,7 @@ class Results:
             trial["reason"] = reason
 
     def summary(self):
-        killers = ("unit", "world", "model", "system", "time-out")
+        killers = ("unit", "world", "model", "system", "time-out", "analysis")
         killed = self.with_result("killed")
         by = ", ".join(f"{sum(trial['by'] == killer for trial in killed)} by {killer}" for killer in killers)
         same, reasoned, survived = (self.with_result(name)

@@ -1,3 +1,5 @@
+from pathlib import Path
+
 import pytest
 
 from mutants import changed_number, mutants_of, source_files
@@ -132,7 +134,7 @@ def test_a_run_is_kept_and_summed_up(tmp_path):
     assert again.summary() == (
         "seed 5: 90 mutants of 40 lines\n"
         "sampled 4, and 1 that do not compile\n"
-        "killed 2 (1 by unit, 0 by world, 0 by model, 1 by system, 0 by time-out)\n"
+        "killed 2 (1 by unit, 0 by world, 0 by model, 1 by system, 0 by time-out, 0 by analysis)\n"
         "equivalent by their object code 1, for a stated reason 0\n"
         "survived 1: 66.7% of what differs is killed\n"
         "50.0% of the sample is killed\n"
@@ -158,8 +160,8 @@ def test_a_reason_is_never_empty(tmp_path):
         read_equivalents(listed)
 
 
-def test_every_source_has_tests_of_its_own_folder_and_of_the_daemon(pytestconfig):
-    root = pytestconfig.rootpath / "../.."
+def test_every_source_has_tests_of_its_own_folder_and_of_the_daemon():
+    root = Path(__file__).resolve().parents[2]
     for file in source_files(root):
         own, folder = own_suites(root, file)
         assert folder, file

@@ -146,6 +146,8 @@ class Workshop:
                 return {"result": "killed", **found}
             if stage == "world" and self.same_objects(file):
                 return {"result": "same object code"}
+            if stage == "world" and not self.locks_are_held(file):
+                return {"result": "killed", "by": "analysis", "test": "clang's thread-safety analysis"}
         return {"result": "survived"}
 
     # unit tests
@@ -240,6 +242,16 @@ class Workshop:
         output.unlink(missing_ok=True)
         status, _ = self.run([*command, "-O2", "-g0", "-c", unit, "-o", output], COMPILE_S, self.build_folder)
         return output.read_bytes() if status == 0 else None
+
+    def locks_are_held(self, file):
+        """What scripts/check asks clang: whether guarded values are used under their locks only."""
+        for unit, command in self.units_of(file):
+            words = ["clang++", *(word for word in command[1:] if not word.lower().startswith("-w"))]
+            status, _ = self.run([*words, "-fsyntax-only", "-Wthread-safety", "-Werror", unit], COMPILE_S,
+                                 self.build_folder)
+            if status != 0:
+                return False
+        return True
 
     def units_of(self, file):
         """The daemon's sources that read the file, with their compiler's words."""
