@@ -41,6 +41,7 @@ SYSTEM_TESTS = {
     "core/text_cut.h": ["expansion", "senders"],
     "core/time_units.h": ["delays", "waiting"],
     "core/unique_fd.h": ["start_up", "command_server"],
+    "net/command_server.cpp": ["command_server", "command_handling", "descriptors"],
     "platform/json_token.h": ["user_config"],
     "platform/shell.cpp": ["command_handling", "user_config", "waiting"],
     "platform/shell.h": ["command_handling", "user_config"],
