@@ -59,3 +59,10 @@ build_targets() {
     configure "$preset"
     cmake --build --preset "$preset" --target "$@" -- --quiet
 }
+
+# What a preset's compiler is; most take the one of BUILD_PACKAGES.
+need_compiler() {
+    case $1 in
+        asan-ubsan | clang) need_packages clang libclang-rt-14-dev ;;
+    esac
+}

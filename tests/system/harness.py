@@ -57,6 +57,18 @@ def wait_until(condition, what, deadline_s=DEADLINE_S):
         time.sleep(0.01)
 
 
+# What the main thread says of its own accord, between any two lines of the others.
+MAIN_THREAD_LINE = re.compile(r"\[main:\d+\] [^\n]*\n")
+
+
+def wait_for_line_on_both_outputs(daemon, line):
+    """The line, or lines of other threads that follow each other."""
+    wait_until(
+        lambda: line in MAIN_THREAD_LINE.sub("", daemon.output()), f"{line!r} in:\n{daemon.output()}"
+    )
+    wait_until(lambda: line in MAIN_THREAD_LINE.sub("", text_of(LOG)), f"{line!r} in the log file")
+
+
 def text_of(path):
     """A file's bytes as text, one character a byte; empty when there is no file."""
     try:

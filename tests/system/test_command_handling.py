@@ -12,7 +12,7 @@ from fault_orders import ALWAYS, LIBRARY, CallOrders
 from harness import (
     ASC_MIRROR, COMMAND_PORT, DEVKIT, EVENT_LIST, EVENT_LOG, HEX_MIRROR, LOG, SETTINGS, STATE,
     TEST_ASC_MIRROR, TEST_EVENT_LIST, TEST_HEX_MIRROR, TEST_SETTINGS, event, request, text_of,
-    trigger, wait_until,
+    trigger, wait_for_line_on_both_outputs, wait_until,
 )
 from process import change_settings, descriptors
 
@@ -51,11 +51,6 @@ def switched_on():
 
 def stored_switch(device):
     return device.run_tool("get", "boolean", "network.ruvo.enable=false")
-
-
-def wait_for_line_on_both_outputs(daemon, line):
-    wait_until(lambda: line in daemon.output(), f"{line!r} in:\n{daemon.output()}")
-    wait_until(lambda: line in text_of(LOG), f"{line!r} in the log file")
 
 
 def datas(receiver):

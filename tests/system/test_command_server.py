@@ -11,7 +11,10 @@ import time
 import pytest
 
 from fault_orders import LIBRARY, CallOrders
-from harness import COMMAND_PORT, LOG, PID_FILE, STATE, event, request, text_of, trigger, wait_until
+from harness import (
+    COMMAND_PORT, LOG, PID_FILE, STATE, event, request, text_of, trigger,
+    wait_for_line_on_both_outputs, wait_until,
+)
 from process import change_settings, descriptors
 
 NOTHING_SENT = event("Lamp", ("1.2.3.4", "5", "none", b"on"))
@@ -31,11 +34,6 @@ def read_to_end(connection):
 def reset(connection):
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     connection.close()
-
-
-def wait_for_line_on_both_outputs(daemon, line):
-    wait_until(lambda: line in daemon.output(), f"{line!r} on standard output")
-    wait_until(lambda: line in text_of(LOG), f"{line!r} in the log file")
 
 
 def lamp(receiver):

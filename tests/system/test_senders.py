@@ -8,16 +8,11 @@ import threading
 import time
 
 from fault_orders import LIBRARY, CallOrders
-from harness import LOG, VARIABLES, event, text_of, trigger, wait_until
+from harness import LOG, VARIABLES, event, text_of, trigger, wait_for_line_on_both_outputs, wait_until
 from process import IDLE_EVENT, descriptors, thread_count, threads_when_idle
 
 # Six items are enough for the start-up to go on.
 STATUS_REPORT = b"a:1\rb:2\rc:3\rd:4\re:5\rf:6\r"
-
-
-def wait_for_line_on_both_outputs(daemon, line):
-    wait_until(lambda: line in daemon.output(), f"{line!r} on standard output")
-    wait_until(lambda: line in text_of(LOG), f"{line!r} in the log file")
 
 
 class Listener:
