@@ -379,3 +379,17 @@ def test_nothing_of_this_is_printed_when_not_debugging(device):
     receiver.wait_for(2)
     for name in ("exec_event", "get_new_ret_thread", "udpclient", "tcpclient", "push_event_back"):
         assert f"[{name}" not in daemon.output()
+
+
+def processor_ticks(daemon):
+    """The processor time of all of the daemon's threads, in hundredths of a second."""
+    user, system = text_of(f"/proc/{daemon.main_pid()}/stat").rsplit(")", 1)[1].split()[11:13]
+    return int(user) + int(system)
+
+
+def test_waiting_takes_no_processor_time(device):
+    daemon = device.start_daemon()
+    daemon.wait_for_supervision()
+    before = processor_ticks(daemon)
+    daemon.wait_for_passes(5)  # a second
+    assert processor_ticks(daemon) - before < 30
