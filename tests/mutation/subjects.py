@@ -24,7 +24,7 @@ SYSTEM_TESTS = {
     "core/log_file.h": ["log", "event_log"],
     "core/main.cpp": ["command_line", "start_up", "client"],
     "core/mutex.h": ["queue", "stress"],
-    "core/network_info.cpp": ["start_up"],
+    "core/network_info.cpp": ["start_up", "waiting"],
     "core/network_info.h": ["start_up"],
     "core/number_text.cpp": ["event_list", "expansion", "delays"],
     "core/number_text.h": ["event_list", "expansion", "delays"],

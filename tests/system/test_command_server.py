@@ -157,6 +157,14 @@ def test_a_request_of_2000_bytes_is_cut_to_1023(device):
     wait_until(lambda: line in daemon.output(), "the log shows 1023 characters")
 
 
+def test_a_connection_that_ends_without_a_request_leaves_no_line(device):
+    device.write_settings(NOTHING_SENT)
+    daemon = device.start_daemon()
+    connect().close()
+    trigger("Lamp")  # connections are served in their order
+    assert "Recv()" not in daemon.output()
+
+
 def test_the_1024th_byte_of_a_request_stays_unread(device):
     device.write_settings(NOTHING_SENT)
     device.start_daemon()
