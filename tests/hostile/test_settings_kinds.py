@@ -325,7 +325,7 @@ def test_a_fifo_in_the_place_of_a_text_that_it_writes_holds_nothing_up(device, k
     kept = [kind(path) for path in WRITTEN]
     for pipe in filter(None, kept):
         os.write(pipe, b"x" * 65536)
-    daemon = device.start_daemon(wait=False)
+    daemon = device.start_daemon()
     daemon.wait_for_reloads(1)
     lamp.sends(b"before")
     lamp.sends_in_a_test(b"test")
