@@ -293,6 +293,7 @@ using ruvo::fuzz::actual_path;
 using ruvo::fuzz::is_refused;
 using ruvo::fuzz::Step;
 
+// The names are the linker's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
